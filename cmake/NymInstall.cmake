@@ -1,0 +1,22 @@
+# `cmake --install` lays out include/nym, lib (import library), bin (nym2208.dll and the
+# dependency DLLs) and a CMake package: find_package(nym2208) gives nym2208::nym2208.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS nym2208 EXPORT nym2208Targets
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY platform/nym/include/nym DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+if(NYM_RUNTIME_DLLS)
+  install(FILES ${NYM_RUNTIME_DLLS} DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+if(TARGET nym)
+  install(TARGETS nym RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+
+install(EXPORT nym2208Targets NAMESPACE nym2208:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/nym2208)
+configure_package_config_file(cmake/nym2208Config.cmake.in ${CMAKE_BINARY_DIR}/nym2208Config.cmake
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/nym2208)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/nym2208ConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/nym2208Config.cmake ${CMAKE_BINARY_DIR}/nym2208ConfigVersion.cmake
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/nym2208)

@@ -1,0 +1,13 @@
+// Umbrella header of the nym2208 library: includes every exported header.
+#ifndef NYM_NYM_H
+#define NYM_NYM_H
+
+#include "nym/counted_ptr.h"
+#include "nym/cwstring.h"
+#include "nym/export.h"
+#include "nym/status.h"
+#include "nym/status_arg.h"
+#include "nym/string_basic.h"
+#include "nym/types.h"
+
+#endif

@@ -1,0 +1,85 @@
+// The lenient UTF walkers every text conversion of the library shares (internal).
+//
+// They never fail and never validate: a malformed sequence becomes U+FFFD, overlong forms give
+// their short value, encoded surrogates and values above U+10FFFF pass through. Five- and
+// six-byte UTF-8 forms are decoded as such.
+#ifndef NYM_TEXT_UTF_WALK_H
+#define NYM_TEXT_UTF_WALK_H
+
+#include <cstdint>
+
+#include "nym/types.h"
+
+namespace nym::impl {
+
+constexpr std::uint32_t REPLACEMENT_CHARACTER = 0xFFFD;
+
+// Continuation bytes announced by a UTF-8 lead byte.
+extern const std::uint8_t UTF8_CONTINUATION_COUNT[256];
+
+inline bool is_utf8_continuation(unsigned char b) { return (b & 0xC0) == 0x80; }
+inline bool is_high_surrogate(std::uint32_t u) { return u >= 0xD800 && u <= 0xDBFF; }
+inline bool is_low_surrogate(std::uint32_t u) { return u >= 0xDC00 && u <= 0xDFFF; }
+
+// Decodes one character at p (p < end, *p not the terminator of a terminated string) and
+// advances p. A byte that is not 10xxxxxx (a NUL among them) ends the sequence unconsumed, so
+// a terminated string is never read past its NUL when `end` is null.
+inline std::uint32_t decode_utf8(const unsigned char*& p, const unsigned char* end) {
+  const unsigned char b = *p++;
+  if (b < 0x80) return b;
+  const unsigned n = UTF8_CONTINUATION_COUNT[b];
+  if (n == 0) return REPLACEMENT_CHARACTER;
+  std::uint32_t value = b & ((1u << (6 - n)) - 1);
+  for (unsigned i = 0; i < n; ++i) {
+    if ((end != nullptr && p == end) || !is_utf8_continuation(*p)) return REPLACEMENT_CHARACTER;
+    value = (value << 6) | (*p++ & 0x3Fu);
+  }
+  return value;
+}
+
+// Decodes one character at p and advances p. A high surrogate consumes the following unit
+// whatever it is, except the terminator (end null, unit 0) or the end of a bounded range.
+inline std::uint32_t decode_utf16(const Wchar*& p, const Wchar* end) {
+  const std::uint32_t u = *p++;
+  if (u < 0xD800 || u > 0xDFFF) return u;
+  if (is_low_surrogate(u)) return REPLACEMENT_CHARACTER;
+  if ((end != nullptr && p == end) || (end == nullptr && *p == 0)) return REPLACEMENT_CHARACTER;
+  const std::uint32_t w = *p++;
+  if (is_low_surrogate(w)) return (u - 0xD7F7) * 1024 + w;
+  return REPLACEMENT_CHARACTER;
+}
+
+// Appends the UTF-8 form of v (1 to 4 bytes; values above 0x1FFFFF lose their upper bits).
+template <class String>
+inline void append_utf8(String& out, std::uint32_t v) {
+  using C = typename String::value_type;
+  if (v < 0x80) {
+    out.push_back(static_cast<C>(v));
+  } else if (v < 0x800) {
+    const C bytes[2] = {static_cast<C>(0xC0 | (v >> 6)), static_cast<C>(0x80 | (v & 0x3F))};
+    out.append(bytes, 2);
+  } else if (v < 0x10000) {
+    const C bytes[3] = {static_cast<C>(0xE0 | (v >> 12)), static_cast<C>(0x80 | ((v >> 6) & 0x3F)),
+                        static_cast<C>(0x80 | (v & 0x3F))};
+    out.append(bytes, 3);
+  } else {
+    const C bytes[4] = {static_cast<C>(0xF0 | ((v >> 18) & 0x07)), static_cast<C>(0x80 | ((v >> 12) & 0x3F)),
+                        static_cast<C>(0x80 | ((v >> 6) & 0x3F)), static_cast<C>(0x80 | (v & 0x3F))};
+    out.append(bytes, 4);
+  }
+}
+
+// Appends the UTF-16 form of v: one unit below 0x10000 (surrogates unchanged), else a pair.
+inline void append_utf16(Wstring& out, std::uint32_t v) {
+  if (v < 0x10000) {
+    out.push_back(static_cast<Wchar>(v));
+  } else {
+    const std::uint32_t x = v - 0x10000;
+    out.push_back(static_cast<Wchar>(0xD800 + ((x >> 10) & 0x3FF)));
+    out.push_back(static_cast<Wchar>(0xDC00 + (x & 0x3FF)));
+  }
+}
+
+}  // namespace nym::impl
+
+#endif

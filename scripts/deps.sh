@@ -1,0 +1,296 @@
+#!/usr/bin/env bash
+# Installs the host tools (apt) and cross-builds nym2208's third-party libraries
+# (ICU, Xerces-C, GoogleTest, Google Benchmark) for x86_64-w64-mingw32 from
+# Debian's source packages, into a cache outside the clone.
+#
+#   scripts/deps.sh                 install/build whatever is missing (idempotent)
+#   scripts/deps.sh --print-prefix  print the mingw install prefix, build nothing
+#   scripts/deps.sh --no-apt        skip the apt step (tools already present)
+#
+# Cache root: $NYM_DEPS_CACHE, else ${XDG_CACHE_HOME:-$HOME/.cache}/nym2208/deps.
+# Prefix:     <cache root>/<TAG>/mingw  (include/, lib/*.dll.a, lib/cmake/, bin/*.dll)
+# Every dependency has a stamp; a missing stamp means its build is redone from scratch.
+set -euo pipefail
+
+# Bump the -rN suffix whenever build flags change: a new tag means a clean rebuild.
+TAG=icu72.1-xerces3.2.4-gtest1.12.1-bench1.7.1-r1
+ICU_VER=72.1
+XERCES_VER=3.2.4
+GTEST_VER=1.12.1
+BENCH_VER=1.7.1
+
+HOST=x86_64-w64-mingw32
+CC_X=$HOST-gcc-posix
+CXX_X=$HOST-g++-posix
+
+CACHE_ROOT=${NYM_DEPS_CACHE:-${XDG_CACHE_HOME:-$HOME/.cache}/nym2208/deps}
+BASE=$CACHE_ROOT/$TAG
+PREFIX=$BASE/mingw
+LOGS=$BASE/logs
+STAMPS=$BASE/stamps
+SCRATCH=$BASE/scratch
+APTDIR=$CACHE_ROOT/apt       # private apt state for source downloads, shared by tags
+SRCDL=$CACHE_ROOT/sources    # downloaded .dsc/.orig files, shared by tags
+
+# Linked into every DLL/exe we build so that users ship no libgcc/libstdc++/winpthread DLL.
+# whole-archive puts winpthread in before the driver's trailing -lpthread could pick the import lib.
+RT_LDFLAGS="-static-libgcc -static-libstdc++ -Wl,-Bstatic,--whole-archive -lwinpthread -Wl,--no-whole-archive,-Bdynamic"
+
+APT_PKGS=(
+  build-essential dpkg-dev pkg-config make cmake ninja-build python3 xz-utils
+  gcc-mingw-w64-x86-64-posix g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
+  mingw-w64-x86-64-dev
+  wine wine64
+  googletest libgtest-dev libgmock-dev
+  libicu-dev libxerces-c-dev libbenchmark-dev
+)
+
+do_apt=1
+case "${1:-}" in
+  --print-prefix) printf '%s\n' "$PREFIX"; exit 0 ;;
+  --no-apt) do_apt=0 ;;
+  -h|--help) sed -n '2,12p' "$0" | sed 's/^# \{0,1\}//'; exit 0 ;;
+  "") ;;
+  *) echo "deps.sh: unknown argument '$1' (try --help)" >&2; exit 2 ;;
+esac
+
+say() { printf '[deps] %s\n' "$*"; }
+die() { printf '[deps] ERROR: %s\n' "$*" >&2; exit 1; }
+
+# run LOGNAME CMD...: output goes to the log; on failure show its tail and stop.
+run() {
+  local log=$LOGS/$1.log; shift
+  printf '\n$ %s\n' "$*" >>"$log"
+  if ! "$@" >>"$log" 2>&1; then
+    printf '[deps] FAILED: %s\n[deps] last lines of %s:\n' "$*" "$log" >&2
+    tail -n 40 "$log" >&2
+    exit 1
+  fi
+}
+
+pkg_installed() {
+  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null || true)" = installed ]
+}
+
+install_host_packages() {
+  local missing=() p
+  for p in "${APT_PKGS[@]}"; do pkg_installed "$p" || missing+=("$p"); done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  [ "$(id -u)" -eq 0 ] || die "missing packages (${missing[*]}); run as root"
+  mkdir -p "$CACHE_ROOT"
+  say "apt: installing ${missing[*]}"
+  local log=$CACHE_ROOT/apt-install.log
+  export DEBIAN_FRONTEND=noninteractive
+  if ! { apt-get update && apt-get install -y --no-install-recommends "${missing[@]}"; } >"$log" 2>&1; then
+    tail -n 40 "$log" >&2
+    die "apt-get install failed (log: $log)"
+  fi
+}
+
+# A deb-src copy of the machine's own sources, so no mirror is named here and
+# the system's apt configuration stays untouched.
+write_private_sources() {
+  mkdir -p "$APTDIR/sources.list.d" "$APTDIR/lists/partial" "$APTDIR/cache/archives/partial"
+  rm -f "$APTDIR/sources.list.d/"*
+  : >"$APTDIR/sources.list"
+  local f n=0
+  for f in /etc/apt/sources.list.d/*.sources; do
+    [ -f "$f" ] || continue
+    sed -E 's/^Types:.*/Types: deb-src/' "$f" >"$APTDIR/sources.list.d/$(basename "$f")"
+    n=$((n + 1))
+  done
+  for f in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
+    [ -f "$f" ] || continue
+    sed -nE 's/^[[:space:]]*deb([[:space:]])/deb-src\1/p' "$f" >"$APTDIR/sources.list.d/$(basename "$f").list"
+    n=$((n + 1))
+  done
+  [ "$n" -gt 0 ] || die "no apt sources found under /etc/apt"
+}
+
+APT_PRIVATE=()
+apt_private_update() {
+  [ ${#APT_PRIVATE[@]} -gt 0 ] && return 0
+  write_private_sources
+  APT_PRIVATE=(
+    -o "Dir::Etc::SourceList=$APTDIR/sources.list"
+    -o "Dir::Etc::SourceParts=$APTDIR/sources.list.d"
+    -o "Dir::State::Lists=$APTDIR/lists"
+    -o "Dir::Cache=$APTDIR/cache"
+    # the cache may sit under /root, which the _apt sandbox user cannot enter
+    -o "APT::Sandbox::User=root"
+  )
+  say "apt: updating private deb-src lists"
+  run apt apt-get "${APT_PRIVATE[@]}" update
+}
+
+# fetch_source PKG UPSTREAM_VERSION -> sets SRC_DSC to the downloaded .dsc
+fetch_source() {
+  local pkg=$1 want=$2 dir=$SRCDL/$1 dsc
+  mkdir -p "$dir"
+  dsc=$(ls -1 "$dir"/"${pkg}"_*.dsc 2>/dev/null | head -n1 || true)
+  if [ -z "$dsc" ] || [ ! -f "$dir/.complete" ]; then
+    apt_private_update
+    rm -rf "$dir"; mkdir -p "$dir"
+    say "$pkg: downloading Debian source package"
+    (cd "$dir" && run apt apt-get "${APT_PRIVATE[@]}" source --download-only "$pkg")
+    dsc=$(ls -1 "$dir"/"${pkg}"_*.dsc 2>/dev/null | head -n1 || true)
+    [ -n "$dsc" ] || die "$pkg: apt-get source produced no .dsc"
+    touch "$dir/.complete"
+  fi
+  local ver
+  ver=$(sed -n 's/^Version: //p' "$dsc" | head -n1)
+  ver=${ver#*:}; ver=${ver%-*}; ver=${ver%%+*}
+  [ "$ver" = "$want" ] || die "$pkg: Debian has upstream $ver, this script builds $want (bump TAG and check)"
+  SRC_DSC=$dsc
+}
+
+# unpack_source PKG UPSTREAM_VERSION DEST (Debian patches applied by dpkg-source)
+unpack_source() {
+  fetch_source "$1" "$2"
+  rm -rf "$3"
+  run "$1" dpkg-source --no-check -x "$SRC_DSC" "$3"
+}
+
+stamp_ok() { [ -f "$STAMPS/$1" ]; }
+stamp_set() { date -u +%FT%TZ >"$STAMPS/$1"; }
+
+write_toolchain() {
+  cat >"$BASE/toolchain-mingw.cmake" <<EOF
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+set(CMAKE_C_COMPILER $CC_X)
+set(CMAKE_CXX_COMPILER $CXX_X)
+set(CMAKE_RC_COMPILER $HOST-windres)
+set(CMAKE_FIND_ROOT_PATH /usr/$HOST "$PREFIX")
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(CMAKE_EXE_LINKER_FLAGS_INIT "$RT_LDFLAGS")
+set(CMAKE_SHARED_LINKER_FLAGS_INIT "$RT_LDFLAGS")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "$RT_LDFLAGS")
+EOF
+}
+
+cmake_cross() { # LOGNAME SRC BUILD extra-args...
+  local log=$1 src=$2 bld=$3; shift 3
+  run "$log" cmake -G Ninja -S "$src" -B "$bld" \
+    -DCMAKE_TOOLCHAIN_FILE="$BASE/toolchain-mingw.cmake" \
+    -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$PREFIX" \
+    -DCMAKE_INSTALL_LIBDIR=lib -DCMAKE_INSTALL_BINDIR=bin -DCMAKE_INSTALL_INCLUDEDIR=include "$@"
+}
+
+# Fails if a DLL needs a GCC runtime DLL.
+check_no_gcc_runtime() {
+  local f bad
+  for f in "$@"; do
+    bad=$($HOST-objdump -p "$f" | sed -n 's/.*DLL Name: //p' | grep -Ei 'libstdc|libgcc|winpthread' || true)
+    [ -z "$bad" ] || die "$(basename "$f") still imports: $bad"
+  done
+}
+
+build_gtest() {
+  stamp_ok gtest && return 0
+  local have
+  have=$(dpkg-query -W -f='${Version}' googletest)
+  case "$have" in "$GTEST_VER"*) ;; *) die "googletest $have installed, expected $GTEST_VER";; esac
+  say "gtest: building $GTEST_VER (static, mingw)"
+  rm -rf "$SCRATCH/gtest"
+  # Win32 threading matches what the headers pick on Windows; pthread mode would
+  # give the library and its users different gtest Mutex layouts.
+  cmake_cross gtest /usr/src/googletest "$SCRATCH/gtest" \
+    -DBUILD_SHARED_LIBS=OFF -DBUILD_GMOCK=ON -DINSTALL_GTEST=ON -Dgtest_disable_pthreads=ON
+  run gtest cmake --build "$SCRATCH/gtest" -j2
+  run gtest cmake --install "$SCRATCH/gtest"
+  rm -rf "$SCRATCH/gtest"
+  stamp_set gtest
+}
+
+build_benchmark() {
+  stamp_ok benchmark && return 0
+  local src=$SCRATCH/benchmark-src
+  unpack_source benchmark "$BENCH_VER" "$src"
+  say "benchmark: building $BENCH_VER (static, mingw)"
+  cmake_cross benchmark "$src" "$SCRATCH/benchmark" \
+    -DBUILD_SHARED_LIBS=OFF -DBENCHMARK_ENABLE_TESTING=OFF -DBENCHMARK_ENABLE_GTEST_TESTS=OFF \
+    -DBENCHMARK_ENABLE_WERROR=OFF -DBENCHMARK_ENABLE_INSTALL=ON -DBENCHMARK_INSTALL_DOCS=OFF \
+    -DBENCHMARK_ENABLE_LTO=OFF -DGIT_VERSION="$BENCH_VER"
+  run benchmark cmake --build "$SCRATCH/benchmark" -j2
+  run benchmark cmake --install "$SCRATCH/benchmark"
+  grep -q shlwapi "$PREFIX/lib/cmake/benchmark/benchmarkTargets.cmake" \
+    || die "benchmark: exported target lacks shlwapi"
+  rm -rf "$src" "$SCRATCH/benchmark"
+  stamp_set benchmark
+}
+
+build_xerces() {
+  stamp_ok xerces && return 0
+  local src=$SCRATCH/xerces-src bld=$SCRATCH/xerces
+  unpack_source xerces-c "$XERCES_VER" "$src"
+  # Only the library: samples, tests and docs would need building before install.
+  # On WIN32 its package config would go to <prefix>/cmake, which CMake searches
+  # only on Windows hosts: put it where find_package looks everywhere.
+  sed -i -E '/^add_subdirectory\((doc|tests|samples)\)/d' "$src/CMakeLists.txt"
+  sed -i 's|set(xerces_config_dir "cmake")|set(xerces_config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/XercesC")|' \
+    "$src/src/CMakeLists.txt"
+  grep -q 'xerces_config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/XercesC")' "$src/src/CMakeLists.txt" \
+    || die "xerces: could not relocate its CMake package config"
+  say "xerces: building $XERCES_VER (DLL, mingw)"
+  cmake_cross xerces "$src" "$bld" \
+    -DBUILD_SHARED_LIBS=ON -Dnetwork=OFF -Dtranscoder=windows -Dmessage-loader=inmemory \
+    -Dxmlch-type=char16_t -Dthreads=ON
+  run xerces cmake --build "$bld" -j2
+  run xerces cmake --install "$bld"
+  check_no_gcc_runtime "$PREFIX"/bin/*xerces*.dll
+  rm -rf "$src" "$bld"
+  stamp_set xerces
+}
+
+build_icu() {
+  stamp_ok icu && return 0
+  local src=$SCRATCH/icu-src native=$SCRATCH/icu-native cross=$SCRATCH/icu-cross
+  if ! stamp_ok icu-native || [ ! -d "$src" ] || [ ! -d "$native" ]; then
+    rm -f "$STAMPS/icu-native"
+    unpack_source icu "$ICU_VER" "$src"
+    say "icu: native build $ICU_VER (tools for the cross build, ~2 min)"
+    rm -rf "$native"; mkdir -p "$native"
+    (cd "$native" && run icu-native env CC=gcc CXX=g++ CFLAGS=-O1 CXXFLAGS=-O1 \
+      "$src/source/runConfigureICU" Linux --disable-tests --disable-samples --disable-extras \
+      --disable-layoutex --disable-icuio)
+    run icu-native make -C "$native" -j2
+    stamp_set icu-native
+  fi
+  say "icu: cross build $ICU_VER (DLLs, mingw, ~3 min)"
+  rm -rf "$cross"; mkdir -p "$cross"
+  (cd "$cross" && run icu env CC="$CC_X" CXX="$CXX_X" CFLAGS=-O2 CXXFLAGS="-O2 -std=gnu++17" \
+    LDFLAGS="$RT_LDFLAGS" \
+    "$src/source/configure" --host=$HOST --with-cross-build="$native" \
+    --enable-shared --disable-static --disable-tests --disable-samples --disable-extras \
+    --disable-icuio --disable-layoutex --disable-tools --prefix="$PREFIX")
+  run icu make -C "$cross" -j2
+  run icu make -C "$cross" install
+  mkdir -p "$PREFIX/bin"
+  local d
+  for d in "$PREFIX"/lib/icu*.dll; do [ -e "$d" ] && mv -f "$d" "$PREFIX/bin/"; done
+  [ -f "$PREFIX/bin/icuuc${ICU_VER%%.*}.dll" ] || die "icu: icuuc${ICU_VER%%.*}.dll not installed"
+  check_no_gcc_runtime "$PREFIX"/bin/icu*.dll
+  rm -rf "$src" "$native" "$cross"
+  rm -f "$STAMPS/icu-native"
+  stamp_set icu
+}
+
+main() {
+  [ "$do_apt" -eq 1 ] && install_host_packages
+  command -v "$CXX_X" >/dev/null || die "$CXX_X not found (run without --no-apt as root)"
+  mkdir -p "$PREFIX" "$LOGS" "$STAMPS" "$SCRATCH"
+  write_toolchain
+  local t0=$SECONDS
+  build_gtest
+  build_benchmark
+  build_xerces
+  build_icu
+  rmdir "$SCRATCH" 2>/dev/null || true
+  say "ready in $((SECONDS - t0)) s: $PREFIX"
+}
+
+main

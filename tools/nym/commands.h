@@ -1,0 +1,24 @@
+// Subcommands of the `nym` tool: each takes the words after its name and answers the exit
+// code.
+#ifndef NYM_TOOL_COMMANDS_H
+#define NYM_TOOL_COMMANDS_H
+
+#include <string>
+#include <vector>
+
+namespace nym_tool {
+
+using Words = std::vector<std::string>;
+
+struct Command {
+  const char* name;
+  const char* usage;
+  const char* summary;
+  int (*run)(const Words& words);
+};
+
+int run_status(const Words& words);
+
+}  // namespace nym_tool
+
+#endif

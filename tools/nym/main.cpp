@@ -1,0 +1,40 @@
+// nym: a command-line window onto the library, one subcommand per file.
+#include <cstdio>
+#include <cstring>
+#include <exception>
+
+#include "commands.h"
+
+namespace {
+
+const nym_tool::Command COMMANDS[] = {
+    {"status", "nym status CODE [ARG...]",
+     "show a status code: normalised value, HRESULT, severity, facility and text", nym_tool::run_status},
+};
+
+void print_help() {
+  std::printf("usage: nym <command> [arguments]\n\ncommands:\n");
+  for (const auto& c : COMMANDS) std::printf("  %-28s %s\n", c.usage, c.summary);
+  std::printf("  %-28s %s\n", "nym --help", "this list");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 2 || std::strcmp(argv[1], "--help") == 0 || std::strcmp(argv[1], "-h") == 0) {
+    print_help();
+    return argc < 2 ? 2 : 0;
+  }
+  for (const auto& c : COMMANDS) {
+    if (std::strcmp(argv[1], c.name) == 0) {
+      try {
+        return c.run(nym_tool::Words(argv + 2, argv + argc));
+      } catch (const std::exception& e) {
+        std::fprintf(stderr, "nym %s: %s\n", c.name, e.what());
+        return 1;
+      }
+    }
+  }
+  std::fprintf(stderr, "nym: unknown command '%s' (try nym --help)\n", argv[1]);
+  return 2;
+}
