@@ -21,7 +21,7 @@ foreach(expected include/nym/nym.h lib/libnym2208.dll.a bin/nym2208.dll bin/icuu
 endforeach()
 
 run_step(${CMAKE_COMMAND} -S ${NYM_CONSUMER_DIR} -B ${consumer_build} -G Ninja
-  -DCMAKE_TOOLCHAIN_FILE=${NYM_TOOLCHAIN} -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_BUILD_TYPE=Release)
+  -DCMAKE_TOOLCHAIN_FILE=${NYM_TOOLCHAIN} -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_FIND_ROOT_PATH=${prefix} -DCMAKE_BUILD_TYPE=Release)
 run_step(${CMAKE_COMMAND} --build ${consumer_build})
 
 # What a user ships: the installed DLLs beside the program.
