@@ -2,9 +2,16 @@
 #ifndef NYM_NYM_H
 #define NYM_NYM_H
 
+#include "nym/atomic.h"
+#include "nym/buffer.h"
 #include "nym/counted_ptr.h"
+#include "nym/critical.h"
 #include "nym/cwstring.h"
+#include "nym/exception.h"
 #include "nym/export.h"
+#include "nym/ibyte_stream.h"
+#include "nym/istream.h"
+#include "nym/latch.h"
 #include "nym/status.h"
 #include "nym/status_arg.h"
 #include "nym/string_basic.h"

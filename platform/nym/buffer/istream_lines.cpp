@@ -1,0 +1,197 @@
+// The line readers: one algorithm for bytes and for 16-bit units.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <new>
+
+#include "nym/istream.h"
+
+namespace nym {
+
+namespace {
+
+// Characters asked of the stream per read.
+constexpr uint64 PORTION = 78;
+// The line area is made this large (or max + 2, if smaller) at once and grows only for
+// longer lines, so that a caller may pass a huge max without a huge allocation.
+constexpr uint64 FIRST_AREA = 4096;
+
+constexpr char16_t swap_unit(char16_t unit) {
+  return static_cast<char16_t>(((unit & 0xFFu) << 8) | (unit >> 8));
+}
+
+// The index of the first `wanted` in [from, to), or `to`.
+template <class Unit>
+uint64 find_unit(const Unit* area, uint64 from, uint64 to, Unit wanted) {
+  if constexpr (sizeof(Unit) == 1) {
+    const void* hit = std::memchr(area + from, static_cast<unsigned char>(wanted), to - from);
+    return hit == nullptr ? to : static_cast<uint64>(static_cast<const Unit*>(hit) - area);
+  } else {
+    return static_cast<uint64>(std::find(area + from, area + to, wanted) - area);
+  }
+}
+
+template <class Unit>
+uint64 find_either(const Unit* area, uint64 from, uint64 to, Unit a, Unit b) {
+  while (from < to && area[from] != a && area[from] != b) ++from;
+  return from;
+}
+
+}  // namespace
+
+template <class Unit>
+Nym_eol Nym_istream::read_line(int64 position, bool advance, bool swap, uint64 max, std::basic_string<Unit>& line,
+                               Nym_status& status) {
+  constexpr uint64 unit = sizeof(Unit);
+  // The _be forms compare with swapped line ends rather than swap every unit.
+  const Unit cr = swap ? static_cast<Unit>(0x0D00) : static_cast<Unit>(0x0D);
+  const Unit lf = swap ? static_cast<Unit>(0x0A00) : static_cast<Unit>(0x0A);
+  status.clear();
+  line.clear();
+
+  // A max of 0 would hand out empty pieces of a non-empty line for ever, never moving on:
+  // it reads as 1, which gives the same answer for every line that is empty.
+  const uint64 limit = max == 0 ? 1 : std::min<uint64>(max, std::numeric_limits<uint64>::max() / unit - 2);
+  const uint64 look = limit + 2;  // the look-ahead of a line that ends in CR
+
+  auto ensure_area = [this](uint64 bytes) {
+    if (m_line_area_size >= bytes) return;
+    void* grown = std::realloc(m_line_area, bytes);
+    if (grown == nullptr) throw std::bad_alloc();
+    m_line_area = grown;
+    m_line_area_size = bytes;
+  };
+  ensure_area(std::min(look, FIRST_AREA) * unit);
+
+  const Nym_eol rule = m_eol;
+  uint64 bytes = 0;  // read so far, at `position`
+  uint64 seen = 0;   // whole characters examined
+  bool after_cr = false;
+  bool found = false;
+  Nym_eol report = NYM_EOL_ANY;
+  uint64 line_length = 0;
+  uint64 eol_length = 0;
+
+  while (!found && seen < look) {
+    const uint64 want = std::min(PORTION, look - seen) * unit - bytes % unit;
+    if (static_cast<uint64>(std::numeric_limits<int64>::max() - std::max<int64>(position, 0)) < bytes + want) break;
+    if (m_line_area_size < bytes + want) {
+      ensure_area(std::min(look * unit, std::max(m_line_area_size * 2, bytes + want)));
+    }
+    const uint64 got =
+        read_at(position + static_cast<int64>(bytes), want, static_cast<unsigned char*>(m_line_area) + bytes, status);
+    if (status.is_error()) break;
+    // A store that answers nothing without an error would be asked again for ever.
+    if (got == 0) break;
+    bytes += got;
+    const uint64 whole = bytes / unit;
+    const Unit* area = static_cast<const Unit*>(m_line_area);
+    while (seen < whole && !found) {
+      if (after_cr) {
+        const Unit c = area[seen];
+        if (rule == NYM_EOL_CRLF) {
+          if (c == lf) found = true, report = NYM_EOL_CRLF, line_length = seen - 1, eol_length = 2;
+          after_cr = c == cr;
+        } else {
+          // Any: CR LF ends here; after a lone CR the line ended before this character,
+          // which stays for the next line.
+          found = true, report = c == lf ? NYM_EOL_CRLF : NYM_EOL_CR;
+          line_length = seen - 1;
+          eol_length = c == lf ? 2 : 1;
+        }
+        ++seen;
+        continue;
+      }
+      // In the normal state only CR and LF matter: skip to the next of them.
+      const uint64 next = rule == NYM_EOL_LF   ? find_unit(area, seen, whole, lf)
+                          : rule == NYM_EOL_CR ? find_unit(area, seen, whole, cr)
+                          : rule == NYM_EOL_CRLF ? find_unit(area, seen, whole, cr)
+                                                 : find_either(area, seen, whole, cr, lf);
+      seen = next;
+      if (seen == whole) break;
+      switch (rule) {
+        case NYM_EOL_CR: found = true, report = NYM_EOL_CR, line_length = seen, eol_length = 1; break;
+        case NYM_EOL_LF: found = true, report = NYM_EOL_LF, line_length = seen, eol_length = 1; break;
+        case NYM_EOL_CRLF: after_cr = true; break;
+        default:  // any; an unknown rule reads as any
+          if (area[seen] == lf) {
+            found = true, report = NYM_EOL_LF, line_length = seen, eol_length = 1;
+          } else {
+            after_cr = true;
+          }
+          break;
+      }
+      ++seen;
+    }
+  }
+
+  if (!found) {
+    if (rule != NYM_EOL_CR && rule != NYM_EOL_LF && rule != NYM_EOL_CRLF && after_cr) {
+      found = true, report = NYM_EOL_CR, line_length = seen - 1, eol_length = 1;
+    } else {
+      line_length = seen;
+    }
+  }
+  if (line_length > limit) {
+    // A piece of a longer line: a line end seen just beyond it is still reported, not consumed.
+    line_length = limit;
+    eol_length = 0;
+    found = false;
+  }
+  line.assign(static_cast<const Unit*>(m_line_area), static_cast<std::size_t>(line_length));
+  if constexpr (sizeof(Unit) == 2) {
+    if (swap) {
+      for (auto& c : line) c = swap_unit(c);
+    }
+  }
+  if (seen > 0 && status == NYM_S_END_OF_DATA) status.clear();
+  if (!found && status.ok()) status.push(NYM_S_LINE_NOT_ENDED);
+  if (advance) m_position = position + static_cast<int64>((line_length + eol_length) * unit);
+  return report;
+}
+
+Nym_eol Nym_istream::readln(uint64 max, Nstring& line, Nym_status& status) {
+  return read_line(m_position, true, false, max, line, status);
+}
+Nym_eol Nym_istream::readln_at(int64 position, uint64 max, Nstring& line, Nym_status& status) {
+  return read_line(position, false, false, max, line, status);
+}
+
+Nym_eol Nym_istream::wreadln(uint64 max, Wstring& line, Nym_status& status) {
+  return read_line(m_position, true, false, max, line, status);
+}
+Nym_eol Nym_istream::wreadln_at(int64 position, uint64 max, Wstring& line, Nym_status& status) {
+  return read_line(position, false, false, max, line, status);
+}
+Nym_eol Nym_istream::wreadln_le(uint64 max, Wstring& line, Nym_status& status) {
+  return read_line(m_position, true, false, max, line, status);
+}
+Nym_eol Nym_istream::wreadln_le_at(int64 position, uint64 max, Wstring& line, Nym_status& status) {
+  return read_line(position, false, false, max, line, status);
+}
+Nym_eol Nym_istream::wreadln_be(uint64 max, Wstring& line, Nym_status& status) {
+  return read_line(m_position, true, true, max, line, status);
+}
+Nym_eol Nym_istream::wreadln_be_at(int64 position, uint64 max, Wstring& line, Nym_status& status) {
+  return read_line(position, false, true, max, line, status);
+}
+
+Nym_eol Nym_istream::xreadln(uint64 max, Wstring& line, Nym_status& status) { return wreadln(max, line, status); }
+Nym_eol Nym_istream::xreadln_at(int64 position, uint64 max, Wstring& line, Nym_status& status) {
+  return wreadln_at(position, max, line, status);
+}
+Nym_eol Nym_istream::xreadln_le(uint64 max, Wstring& line, Nym_status& status) {
+  return wreadln_le(max, line, status);
+}
+Nym_eol Nym_istream::xreadln_le_at(int64 position, uint64 max, Wstring& line, Nym_status& status) {
+  return wreadln_le_at(position, max, line, status);
+}
+Nym_eol Nym_istream::xreadln_be(uint64 max, Wstring& line, Nym_status& status) {
+  return wreadln_be(max, line, status);
+}
+Nym_eol Nym_istream::xreadln_be_at(int64 position, uint64 max, Wstring& line, Nym_status& status) {
+  return wreadln_be_at(position, max, line, status);
+}
+
+}  // namespace nym

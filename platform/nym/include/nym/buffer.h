@@ -1,0 +1,136 @@
+// Nym_buffer: the abstract random-access byte store under every stream of the library.
+//
+// A buffer has no position of its own: each stream holds its position and passes it in by
+// reference, so any number of streams read one buffer independently. The base class gives
+// what all stores share: an id, the counts of connected streams, the locking of one writer
+// against a group of readers, and the hand-over that lets a reader at the end of the data
+// sleep until the writer writes or leaves. Stores provide read, write, seek and truncate.
+//
+// Locking: readers share the store and shut the writer out as a group. The first reader in
+// takes the writer lock (a Nym_critical) on behalf of all, the last one out releases it, and
+// a spin word guards the reader count and the list of sleeping readers. The writer lock is
+// taken only while the spin word is held on the read side, and nothing else is locked under
+// either. Connection counts are atomic and read without a lock.
+//
+// Every store's read and write follow the same rules, so that streams need not know the store:
+// - read clears the status, holds the read lock, copies what lies between the position and the
+//   end (up to the count), moves the position and answers the amount; a short read is normal.
+// - At or beyond the end, with `wait` false or no writer connected: NYM_S_END_OF_DATA and 0.
+//   With `wait` true and a writer connected: the reader sleeps in wait() and looks again.
+// - write clears the status, holds the write lock, stores, moves the position, and calls
+//   signal() before it unlocks. A count of 0 changes nothing and signals nothing.
+// - A count above 0x7FFFFFFFFFFFFFFF raises std::out_of_range
+//   "writing too many bytes to the buffer." before any lock is taken.
+// - seek takes as base 0, the position or the end by mode, adds the offset with nym_advance,
+//   and on an overflow reports NYM_S_BAD_SEEK with the position unchanged. Seeking beyond the
+//   end is legal: a later write extends the store.
+#ifndef NYM_BUFFER_H
+#define NYM_BUFFER_H
+
+#include <vector>
+
+#include "nym/atomic.h"
+#include "nym/critical.h"
+#include "nym/status.h"
+
+namespace nym {
+
+constexpr unsigned int NYM_S_STREAM_NOT_ATTACHED = 0xC2000017u;  // the stream is detached
+constexpr unsigned int NYM_S_BAD_SEEK = 0xC2000018u;             // the position would leave 0..2^63-1
+constexpr unsigned int NYM_S_END_OF_DATA = 0xC2000019u;          // readers loop until it comes, then clear it
+constexpr unsigned int NYM_S_WRITE_FAILED = 0xC200001Au;         // stands above a more exact cause
+constexpr unsigned int NYM_S_READ_FAILED = 0xC200001Bu;
+constexpr unsigned int NYM_S_SIZE_UNKNOWN = 0xC2000027u;         // size() could not find the length
+constexpr unsigned int NYM_S_NO_WRITER_TAKEN = 0xC2000033u;      // the store has a writer, or takes none
+
+// Base of a seek: 0 from the start, 1 from the position given, 2 from the end.
+enum Nym_seek_mode { NYM_SEEK_BEGIN = 0, NYM_SEEK_CURRENT = 1, NYM_SEEK_END = 2 };
+
+// Checked position arithmetic: position + offset, kept within 0 to 0x7FFFFFFFFFFFFFFF.
+// Raises std::overflow_error "Stream position too large." or std::underflow_error
+// "Stream position going negative.".
+NYM_API int64 nym_advance(int64 position, int64 offset);
+// a - b, unchecked.
+NYM_API int64 nym_difference(int64 a, int64 b);
+
+class Nym_istream;
+class Nym_ostream;
+
+class NYM_API Nym_buffer {
+ public:
+  virtual ~Nym_buffer();
+  Nym_buffer(const Nym_buffer&) = delete;
+  Nym_buffer& operator=(const Nym_buffer&) = delete;
+
+  // Count a stream in; the status is left alone.
+  virtual void connect_unbuffered_istream(Nym_status& status) const;
+  virtual void connect_buffered_istream(Nym_status& status) const;
+  // Takes the one writer's place: NYM_S_NO_WRITER_TAKEN if it is taken already (the count
+  // stays 1).
+  virtual void connect_ostream(Nym_status& status);
+  // Counts a stream out; a count of 0 stays 0.
+  virtual void disconnect_unbuffered_istream() const;
+  virtual void disconnect_buffered_istream() const;
+  // Frees the writer's place and wakes every sleeping reader so that it sees the end of the
+  // data. Without a writer it does nothing.
+  virtual void disconnect_ostream();
+  // The length of the store; with `wait` true only once the writer has left, so that it is
+  // final. NYM_S_SIZE_UNKNOWN (and 0) when the store cannot tell.
+  virtual int64 size(bool wait, Nym_status& status) const;
+
+ protected:
+  virtual uint64 read(bool wait, int64& position, uint64 count, void* data, Nym_status& status) const = 0;
+  virtual void write(int64& position, uint64 count, const void* data, Nym_status& status) = 0;
+  virtual void seek(Nym_seek_mode mode, int64 offset, int64& position, Nym_status& status) const = 0;
+  virtual void truncate(int64 size, Nym_status& status) = 0;
+
+  virtual void read_lock() const;
+  virtual void write_lock() const;
+  virtual void read_unlock() const;
+  virtual void write_unlock() const;
+  // With a read lock held: sleeps until the next signal() (or the writer leaves). The reader's
+  // registration happens under its read lock, so a later signal can't be missed.
+  virtual void wait() const;
+  // With the write lock held: wakes every sleeping reader and empties the list.
+  virtual void signal() const;
+
+ public:
+  // This buffer's number: never 0, unique within a run of 2^32 buffers.
+  unsigned int id() const { return m_id; }
+  unsigned int num_unbuffered_istream() const;
+  unsigned int num_buffered_istream() const;
+  unsigned int num_ostream() const;
+
+ protected:
+  Nym_buffer();
+
+  // Whether a writer is connected (an atomic read): a reader at the end sleeps only then.
+  bool has_writer() const { return num_ostream() != 0; }
+  // The usual seek of a store whose current length is `end` (see the class comment).
+  static void seek_within(Nym_seek_mode mode, int64 offset, int64& position, int64 end, Nym_status& status);
+  // Raises std::out_of_range for a count above 0x7FFFFFFFFFFFFFFF.
+  static void check_write_count(uint64 count);
+
+ private:
+  friend class Nym_istream;
+  friend class Nym_ostream;
+
+  void take_spin() const;
+  void release_spin() const;
+
+  // Sleeping readers: thread handles on Windows, owned until signal() closes them.
+  mutable std::vector<void*> m_waiters;
+  mutable volatile int m_unbuffered_readers = 0;
+  mutable volatile int m_buffered_readers = 0;
+  volatile int m_writers = 0;
+  mutable volatile int m_spin = 0;
+  mutable Nym_critical m_writer_lock;
+  mutable unsigned int m_readers = 0;
+  unsigned int m_id = 0;
+
+  static Nym_atomic_counter<unsigned int> m_id_generator;
+};
+
+}  // namespace nym
+
+#endif

@@ -1,0 +1,7 @@
+#include "nym/atomic.h"
+
+namespace nym::atomic {
+
+Nym_critical section;
+
+}  // namespace nym::atomic
