@@ -17,6 +17,8 @@ struct Command {
   int (*run)(const Words& words);
 };
 
+int run_convert(const Words& words);
+int run_detect(const Words& words);
 int run_status(const Words& words);
 
 }  // namespace nym_tool

@@ -8,6 +8,11 @@
 namespace {
 
 const nym_tool::Command COMMANDS[] = {
+    {"convert", "nym convert --to utf8|utf16 FILE [-o OUT]",
+     "convert a text file to UTF-8 or UTF-16 (source detected, or --from utf8|utf16le|utf16be)",
+     nym_tool::run_convert},
+    {"detect", "nym detect [--tolerance N] FILE", "tell whether a file is UTF-8 or UTF-16, its byte order and mark",
+     nym_tool::run_detect},
     {"status", "nym status CODE [ARG...]",
      "show a status code: normalised value, HRESULT, severity, facility and text", nym_tool::run_status},
 };

@@ -6,6 +6,7 @@
 #ifndef NYM_TEXT_UTF_WALK_H
 #define NYM_TEXT_UTF_WALK_H
 
+#include <cstddef>
 #include <cstdint>
 
 #include "nym/types.h"
@@ -49,6 +50,38 @@ inline std::uint32_t decode_utf16(const Wchar*& p, const Wchar* end) {
   return REPLACEMENT_CHARACTER;
 }
 
+// Writes the UTF-8 form of v at q (1 to 4 bytes, as append_utf8) and answers the end.
+inline char* encode_utf8(char* q, std::uint32_t v) {
+  if (v < 0x80) {
+    *q++ = static_cast<char>(v);
+  } else if (v < 0x800) {
+    *q++ = static_cast<char>(0xC0 | (v >> 6));
+    *q++ = static_cast<char>(0x80 | (v & 0x3F));
+  } else if (v < 0x10000) {
+    *q++ = static_cast<char>(0xE0 | (v >> 12));
+    *q++ = static_cast<char>(0x80 | ((v >> 6) & 0x3F));
+    *q++ = static_cast<char>(0x80 | (v & 0x3F));
+  } else {
+    *q++ = static_cast<char>(0xF0 | ((v >> 18) & 0x07));
+    *q++ = static_cast<char>(0x80 | ((v >> 12) & 0x3F));
+    *q++ = static_cast<char>(0x80 | ((v >> 6) & 0x3F));
+    *q++ = static_cast<char>(0x80 | (v & 0x3F));
+  }
+  return q;
+}
+
+// Writes the UTF-16 form of v at q (one unit or a pair, as append_utf16) and answers the end.
+inline Wchar* encode_utf16(Wchar* q, std::uint32_t v) {
+  if (v < 0x10000) {
+    *q++ = static_cast<Wchar>(v);
+  } else {
+    const std::uint32_t x = v - 0x10000;
+    *q++ = static_cast<Wchar>(0xD800 + ((x >> 10) & 0x3FF));
+    *q++ = static_cast<Wchar>(0xDC00 + (x & 0x3FF));
+  }
+  return q;
+}
+
 // Appends the UTF-8 form of v (1 to 4 bytes; values above 0x1FFFFF lose their upper bits).
 template <class String>
 inline void append_utf8(String& out, std::uint32_t v) {
@@ -79,6 +112,24 @@ inline void append_utf16(Wstring& out, std::uint32_t v) {
     out.push_back(static_cast<Wchar>(0xDC00 + (x & 0x3FF)));
   }
 }
+
+// Whole-text conversions: the output of decode_utf8/decode_utf16 and append_utf16/append_utf8
+// character by character, byte for byte, reached through fast paths for runs of ASCII and of
+// well-formed short sequences. The walk covers [p, end); like decode_utf8(p, nullptr), a
+// UTF-8 sequence that starts before `end` takes its continuation bytes past it (up to a NUL
+// or a byte that is not 10xxxxxx). A UTF-16 high surrogate at end - 1 gives U+FFFD.
+void utf8_to_utf16_append(const unsigned char* p, const unsigned char* end, Wstring& out);
+void utf16_to_utf8_append(const Wchar* p, const Wchar* end, Nstring& out);
+
+// The plain character-at-a-time loops the fast paths must equal (kept for the tests).
+void utf8_to_utf16_walk(const unsigned char* p, const unsigned char* end, Wstring& out);
+void utf16_to_utf8_walk(const Wchar* p, const Wchar* end, Nstring& out);
+
+// Units before the terminator of UTF-16 text.
+std::size_t utf16_length(const Wchar* text);
+// Bytes before the first NUL of the first `max` bytes, or `max`. Reads whole aligned 16-byte
+// blocks, never more than the block that holds the NUL or the last byte asked for.
+std::size_t utf8_length(const unsigned char* text, std::size_t max);
 
 }  // namespace nym::impl
 

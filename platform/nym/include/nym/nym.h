@@ -12,9 +12,14 @@
 #include "nym/ibyte_stream.h"
 #include "nym/istream.h"
 #include "nym/latch.h"
+#include "nym/quote.h"
 #include "nym/status.h"
 #include "nym/status_arg.h"
 #include "nym/string_basic.h"
+#include "nym/tokeniser.h"
 #include "nym/types.h"
+#include "nym/unicode.h"
+#include "nym/utf.h"
+#include "nym/utf_detect.h"
 
 #endif

@@ -1,0 +1,117 @@
+#include "nym/utf.h"
+
+#include <unicode/uchar.h>
+
+#include <cstdint>
+#include <cstring>
+
+#include "text/utf_walk.h"
+
+namespace nym {
+
+namespace {
+
+const unsigned char* bytes(const char* text) { return reinterpret_cast<const unsigned char*>(text); }
+
+// One value of terminated text; the terminator answers 0 and is never stepped over.
+inline std::uint32_t next_value(const unsigned char*& p) { return *p == 0 ? 0 : impl::decode_utf8(p, nullptr); }
+inline std::uint32_t next_value(const Wchar*& p) { return *p == 0 ? 0 : impl::decode_utf16(p, nullptr); }
+
+inline std::uint32_t fold(std::uint32_t v) {
+  if (v >= 'A' && v <= 'Z') return v + 0x20;
+  if (v > 127) return static_cast<std::uint32_t>(u_tolower(static_cast<UChar32>(v)));
+  return v;
+}
+
+// Null compares as empty text.
+const unsigned char* terminated(const char* text) { return text != nullptr ? bytes(text) : bytes(""); }
+const Wchar* terminated(const Wchar* text) { return text != nullptr ? text : u""; }
+
+template <bool FOLD, class A, class B>
+int compare(A a, B b) {
+  for (;;) {
+    std::uint32_t x = next_value(a);
+    std::uint32_t y = next_value(b);
+    if (FOLD) {
+      x = fold(x);
+      y = fold(y);
+    }
+    if (x != y || x == 0) return static_cast<int>(x - y);
+  }
+}
+
+}  // namespace
+
+void nym_utf8_to_utf16(const char* in, Wstring& out) {
+  out.clear();
+  // The C run-time's strlen is byte by byte on some systems: scan with the vector reader.
+  impl::utf8_to_utf16_append(bytes(in), bytes(in) + impl::utf8_length(bytes(in), SIZE_MAX), out);
+}
+
+void nym_utf8_to_utf16(const char* in, uint64 length, Wstring& out) {
+  out.clear();
+  // The walk ends at a NUL inside the range: a NUL is never part of a sequence.
+  const std::size_t n = impl::utf8_length(bytes(in), static_cast<std::size_t>(length));
+  impl::utf8_to_utf16_append(bytes(in), bytes(in) + n, out);
+}
+
+void nym_utf16_to_utf8(const Wchar* in, Nstring& out) {
+  out.clear();
+  if (in == nullptr) return;
+  impl::utf16_to_utf8_append(in, in + impl::utf16_length(in), out);
+}
+
+void nym_utf16_to_utf32(const Wchar* in, U32string& out) {
+  out.clear();
+  while (*in != 0) out.push_back(impl::decode_utf16(in, nullptr));
+}
+
+void nym_utf32_to_utf16(const uint32* in, Wstring& out) {
+  out.clear();
+  for (; *in != 0; ++in) impl::append_utf16(out, *in);
+}
+
+void nym_utf32_to_utf8(const uint32* in, Nstring& out) {
+  out.clear();
+  if (in == nullptr) return;
+  for (; *in != 0; ++in) impl::append_utf8(out, *in);
+}
+
+uint32 nym_utf8_to_utf32_char(const char* text, uint64& position) {
+  if (text == nullptr || position == NYM_NPOS || text[position] == 0) {
+    position = NYM_NPOS;
+    return 0;
+  }
+  const unsigned char* p = bytes(text) + position;
+  const std::uint32_t value = impl::decode_utf8(p, nullptr);
+  // An overlong NUL (C0 80) ends the text as the terminator does.
+  position = value == 0 ? NYM_NPOS : static_cast<uint64>(p - bytes(text));
+  return value;
+}
+
+uint32 nym_utf16_to_utf32_char(const Wchar* text, uint64& position) {
+  if (text == nullptr || position == NYM_NPOS || text[position] == 0) {
+    position = NYM_NPOS;
+    return 0;
+  }
+  const std::uint32_t u = text[position];
+  if (impl::is_high_surrogate(u) && impl::is_low_surrogate(text[position + 1])) {
+    const std::uint32_t w = text[position + 1];
+    position += 2;
+    return (u - 0xD7F7) * 1024 + w;
+  }
+  // Unlike the other walks, a bad high surrogate leaves the unit after it to the next call.
+  ++position;
+  return u >= 0xD800 && u <= 0xDFFF ? impl::REPLACEMENT_CHARACTER : u;
+}
+
+int nym_utf8_compare(const char* a, const char* b) { return compare<false>(terminated(a), terminated(b)); }
+int nym_utf16_compare(const Wchar* a, const Wchar* b) { return compare<false>(terminated(a), terminated(b)); }
+int nym_utf8_utf16_compare(const char* a, const Wchar* b) { return compare<false>(terminated(a), terminated(b)); }
+int nym_utf16_utf8_compare(const Wchar* a, const char* b) { return compare<false>(terminated(a), terminated(b)); }
+int nym_utf8_compare_nc(const char* a, const char* b) { return compare<true>(terminated(a), terminated(b)); }
+int nym_utf16_compare_nc(const Wchar* a, const Wchar* b) { return compare<true>(terminated(a), terminated(b)); }
+int nym_utf8_utf16_compare_nc(const char* a, const Wchar* b) { return compare<true>(terminated(a), terminated(b)); }
+int nym_utf16_utf8_compare_nc(const Wchar* a, const char* b) { return compare<true>(terminated(a), terminated(b)); }
+
+}  // namespace nym

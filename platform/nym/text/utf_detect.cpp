@@ -1,0 +1,203 @@
+#include "nym/utf_detect.h"
+
+#include <unicode/uchar.h>
+
+#include <cstring>
+
+#include "nym/istream.h"
+#include "nym/unicode.h"
+#include "text/utf_walk.h"
+
+namespace nym {
+
+namespace {
+
+constexpr std::uint32_t INVALID = 0xFFFF;
+constexpr uint64 UTF8_BLOCK = 8192;
+constexpr uint64 UTF16_BLOCK = 16384;
+
+// A decoded value must be an assigned code point. 0xFFFF, the detectors' failure value, is a
+// non-character and never passes.
+bool is_valid_value(std::uint32_t v) {
+  if (v < impl::NYM_UNICODE_BIT_TABLE_SIZE) return (impl::NYM_UNICODE_BIT_TABLE[v] & impl::NYM_UNICODE_ASSIGNED) != 0;
+  return u_charType(static_cast<UChar32>(v)) != U_UNASSIGNED;
+}
+
+// The lenient UTF-8 decoder with 0xFFFF for every failure; the caller has made sure that the
+// block holds all the continuation bytes the lead announces.
+std::uint32_t decode_utf8_strict(const unsigned char*& p) {
+  const unsigned char b = *p++;
+  if (b < 0x80) return b;
+  const unsigned n = impl::UTF8_CONTINUATION_COUNT[b];
+  if (n == 0) return INVALID;
+  std::uint32_t value = b & ((1u << (6 - n)) - 1);
+  for (unsigned i = 0; i < n; ++i) {
+    if (!impl::is_utf8_continuation(*p)) return INVALID;
+    value = (value << 6) | (*p++ & 0x3Fu);
+  }
+  return value;
+}
+
+// The lenient UTF-16 decoder with 0xFFFF for every failure; a NUL or the block's end after a
+// high surrogate fails too.
+std::uint32_t decode_utf16_strict(const Wchar*& p, const Wchar* end) {
+  const std::uint32_t u = *p++;
+  if (u < 0xD800 || u > 0xDFFF) return u;
+  if (impl::is_low_surrogate(u) || p == end) return INVALID;
+  const std::uint32_t w = *p++;
+  return impl::is_low_surrogate(w) ? (u - 0xD7F7) * 1024 + w : INVALID;
+}
+
+bool is_utf16_shaped(Wchar unit) {
+  if ((unit & 0xFF) >= 0xC0) return (unit >= 0xD800 && unit <= 0xDFFF) || unit < 0x8000;
+  return ((unit & 0x8000) != 0 && (unit & 0x4080) == 0) || unit < 0x0100;
+}
+
+bool is_seven_bit(Wchar unit) {
+  const unsigned lo = unit & 0xFF;
+  const unsigned hi = unit >> 8;
+  return lo >= 0x01 && lo <= 0x7F && hi >= 0x01 && hi <= 0x7F;
+}
+
+Wchar load_unit(const unsigned char* p) {
+  Wchar u;
+  std::memcpy(&u, p, sizeof u);
+  return u;
+}
+
+}  // namespace
+
+bool nym_is_utf8(const Nym_buffer* buffer, unsigned char& flags, bool& ascii, Nym_status& status) {
+  flags = 0;
+  ascii = true;
+  if (status.is_error() || buffer == nullptr) return false;
+  Nym_unbuffered_istream in(*buffer, true, status, NYM_EOL_CRLF);
+  if (status.is_error()) return true;
+
+  unsigned char block[UTF8_BLOCK];
+  uint64 count = in.read(UTF8_BLOCK, block, status);
+  uint64 start = 0;
+  static const unsigned char MARK8[3] = {0xEF, 0xBB, 0xBF};
+  static const unsigned char MARK16_LE[2] = {0xFF, 0xFE};
+  static const unsigned char MARK16_BE[2] = {0xFE, 0xFF};
+  const std::size_t n3 = static_cast<std::size_t>(count < 3 ? count : 3);
+  const std::size_t n2 = static_cast<std::size_t>(count < 2 ? count : 2);
+  bool result = true;
+  if (std::memcmp(block, MARK8, n3) == 0) {
+    flags |= NYM_UTF_MARK;
+    start = n3;
+  } else if (std::memcmp(block, MARK16_LE, n2) == 0 || std::memcmp(block, MARK16_BE, n2) == 0) {
+    result = false;
+  }
+
+  while (result) {
+    const unsigned char* p = block + start;
+    const unsigned char* const end = block + count;
+    while (p < end) {
+      if (*p >= 0x80) ascii = false;
+      if (static_cast<uint64>(end - p - 1) < impl::UTF8_CONTINUATION_COUNT[*p]) {
+        result = false;
+        break;
+      }
+      if (!is_valid_value(decode_utf8_strict(p))) {
+        result = false;
+        break;
+      }
+    }
+    if (!result || status.is_error()) break;
+    count = in.read(UTF8_BLOCK, block, status);
+    start = 0;
+  }
+  if (status.value() == NYM_S_END_OF_DATA) status.clear();
+  return result;
+}
+
+bool nym_is_utf16(const Nym_buffer* buffer, unsigned short tolerance, unsigned char& flags, Nym_status& status) {
+  flags = 0;
+  if (buffer == nullptr) return false;
+  const int64 size = buffer->size(true, status);
+  if (status.is_error()) {
+    flags = NYM_UTF_IS_UTF16 | NYM_UTF_LITTLE_ENDIAN;
+    return true;
+  }
+  if (size % 2 != 0) {
+    flags = NYM_UTF_LITTLE_ENDIAN;
+    return false;
+  }
+  const uint64 limit = static_cast<uint64>(tolerance) * static_cast<uint64>(size / 2) / 100;
+  Nym_unbuffered_istream in(*buffer, true, status, NYM_EOL_CRLF);
+  if (status.is_error()) return true;
+
+  alignas(Wchar) unsigned char block[UTF16_BLOCK];
+  uint64 count = in.read(UTF16_BLOCK, block, status);
+
+  // The scan measures its end from the block's start, so with a mark it stops one unit short
+  // in the first block.
+  bool mark = false;
+  bool mark_little_endian = false;
+  bool utf8_mark = false;
+  uint64 first_unit = 0;
+  if (count >= 2) {
+    const Wchar u0 = load_unit(block);
+    if (u0 == 0xFEFF || u0 == 0xFFFE) {
+      mark = true;
+      mark_little_endian = u0 == 0xFEFF;
+      count -= 2;
+      first_unit = 1;
+    } else if (count >= 4 && u0 == 0xEFBB && block[3] == 0xBF) {
+      // BB EF ?? BF in memory: kept as it stands, though the real UTF-8 mark is EF BB BF.
+      utf8_mark = true;
+    }
+  }
+
+  uint64 bad_forward = 0;
+  uint64 bad_swapped = 0;
+  uint64 shaped = 0;
+  bool seven_bit = true;
+  bool result = true;
+  for (;;) {
+    const Wchar* const units = reinterpret_cast<const Wchar*>(block);
+    const Wchar* const end = units + count / 2;
+    if (bad_forward <= limit) {
+      const Wchar* p = units + first_unit;
+      while (p < end) {
+        if (!is_valid_value(decode_utf16_strict(p, end))) ++bad_forward;
+        const Wchar at = p[-1];
+        if (shaped <= limit && is_utf16_shaped(at)) ++shaped;
+        if (seven_bit && !is_seven_bit(at)) seven_bit = false;
+      }
+    }
+    if (bad_swapped <= limit) {
+      for (uint64 i = 0; i + 1 < count; i += 2) std::swap(block[i], block[i + 1]);
+      const Wchar* p = units;
+      while (p < end) {
+        if (!is_valid_value(decode_utf16_strict(p, end))) ++bad_swapped;
+      }
+    }
+    if (bad_forward > limit && bad_swapped > limit) {
+      result = false;
+      break;
+    }
+    if (status.is_error()) break;
+    count = in.read(UTF16_BLOCK, block, status);
+    first_unit = 0;
+    if (status.is_error() && count == 0) break;
+  }
+  if (status.orig_value() == NYM_S_END_OF_DATA) status.clear();
+
+  const bool counted_little_endian = bad_forward <= bad_swapped;
+  bool little_endian = counted_little_endian;
+  bool mark_stands = false;
+  if (!mark) {
+    if (result && (seven_bit || utf8_mark || (shaped < bad_forward && shaped < bad_swapped))) result = false;
+  } else if (bad_forward == 0 || bad_swapped == 0 || counted_little_endian == mark_little_endian) {
+    mark_stands = true;
+    little_endian = mark_little_endian;
+  }
+  if (result) flags |= NYM_UTF_IS_UTF16;
+  if (little_endian) flags |= NYM_UTF_LITTLE_ENDIAN;
+  if (mark_stands) flags |= NYM_UTF_MARK;
+  return result;
+}
+
+}  // namespace nym

@@ -1,0 +1,80 @@
+// The UTF-8 and UTF-16 conversions against the plain walkers they must equal, byte for byte,
+// and the round trip that holds for well-formed text. The first byte picks the direction.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "nym/utf.h"
+#include "text/utf_walk.h"
+
+using namespace nym;
+
+namespace {
+
+void check(bool ok) {
+  if (!ok) std::abort();
+}
+
+void utf8_side(const unsigned char* data, std::size_t size) {
+  const std::string text(reinterpret_cast<const char*>(data), size);  // terminated copy
+  const std::size_t terminated = std::strlen(text.c_str());
+  Wstring fast;
+  nym_utf8_to_utf16(text.c_str(), fast);
+  Wstring walked;
+  impl::utf8_to_utf16_walk(reinterpret_cast<const unsigned char*>(text.c_str()),
+                           reinterpret_cast<const unsigned char*>(text.c_str()) + terminated, walked);
+  check(fast == walked);
+  check(fast.size() <= terminated);  // never more units than bytes
+  // The bounded form over every prefix length the input suggests.
+  const std::size_t length = size == 0 ? 0 : data[0] % (size + 1);
+  Wstring bounded;
+  nym_utf8_to_utf16(text.c_str(), length, bounded);
+  Wstring bounded_walked;
+  const auto* b = reinterpret_cast<const unsigned char*>(text.c_str());
+  const auto* nul = static_cast<const unsigned char*>(std::memchr(b, 0, length));
+  impl::utf8_to_utf16_walk(b, nul != nullptr ? nul : b + length, bounded_walked);
+  check(bounded == bounded_walked);
+}
+
+void utf16_side(const unsigned char* data, std::size_t size) {
+  Wstring text(size / 2, 0);
+  std::memcpy(&text[0], data, text.size() * 2);
+  const Wchar* terminated_end = text.c_str() + Wstring(text.c_str()).size();
+  Nstring fast;
+  nym_utf16_to_utf8(text.c_str(), fast);
+  Nstring walked;
+  impl::utf16_to_utf8_walk(text.c_str(), terminated_end, walked);
+  check(fast == walked);
+  // Well-formed UTF-16 comes back unchanged.
+  bool well_formed = true;
+  for (const Wchar* p = text.c_str(); p < terminated_end; ++p) {
+    if (impl::is_high_surrogate(*p) && p + 1 < terminated_end && impl::is_low_surrogate(p[1])) {
+      ++p;
+    } else if (*p >= 0xD800 && *p <= 0xDFFF) {
+      well_formed = false;
+    }
+  }
+  Wstring back;
+  nym_utf8_to_utf16(fast.c_str(), back);
+  if (well_formed) check(back == Wstring(text.c_str()));
+  // Code points agree with the character walk, apart from its re-read after a bad high
+  // surrogate: on well-formed text both walks see the same values.
+  if (well_formed) {
+    U32string values;
+    nym_utf16_to_utf32(text.c_str(), values);
+    uint64 pos = 0;
+    for (const uint32 v : values) check(nym_utf16_to_utf32_char(text.c_str(), pos) == v);
+    check(nym_utf16_to_utf32_char(text.c_str(), pos) == 0 && pos == NYM_NPOS);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  if ((data[0] & 1) == 0) utf8_side(data + 1, size - 1);
+  else utf16_side(data + 1, size - 1);
+  return 0;
+}
