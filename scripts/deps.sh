@@ -33,8 +33,9 @@ APTDIR=$CACHE_ROOT/apt       # private apt state for source downloads, shared by
 SRCDL=$CACHE_ROOT/sources    # downloaded .dsc/.orig files, shared by tags
 
 # Linked into every DLL/exe we build so that users ship no libgcc/libstdc++/winpthread DLL.
-# whole-archive puts winpthread in before the driver's trailing -lpthread could pick the import lib.
-RT_LDFLAGS="-static-libgcc -static-libstdc++ -Wl,-Bstatic,--whole-archive -lwinpthread -Wl,--no-whole-archive,-Bdynamic"
+# whole-archive puts winpthread in before the driver's trailing -lpthread could pick the import lib;
+# --exclude-libs keeps a DLL without dllexport (ICU) from auto-exporting libgcc_eh/winpthread.
+RT_LDFLAGS="-static-libgcc -static-libstdc++ -Wl,-Bstatic,--whole-archive -lwinpthread -Wl,--no-whole-archive,-Bdynamic -Wl,--exclude-libs,ALL"
 
 APT_PKGS=(
   build-essential dpkg-dev pkg-config make cmake ninja-build python3 xz-utils
@@ -42,7 +43,8 @@ APT_PKGS=(
   mingw-w64-x86-64-dev
   wine wine64
   googletest libgtest-dev libgmock-dev
-  libicu-dev libxerces-c-dev libbenchmark-dev
+  libicu-dev libxerces-c-dev libbenchmark-dev unicode-data
+  locales clang libclang-rt-14-dev
 )
 
 do_apt=1
@@ -61,9 +63,14 @@ die() { printf '[deps] ERROR: %s\n' "$*" >&2; exit 1; }
 run() {
   local log=$LOGS/$1.log; shift
   printf '\n$ %s\n' "$*" >>"$log"
+  local start
+  start=$(($(stat -c %s "$log") + 1))
   if ! "$@" >>"$log" 2>&1; then
-    printf '[deps] FAILED: %s\n[deps] last lines of %s:\n' "$*" "$log" >&2
-    tail -n 40 "$log" >&2
+    printf '[deps] FAILED: %s\n[deps] first errors, then last lines of %s:\n' "$*" "$log" >&2
+    tail -c +"$start" "$log" | grep -E -m 10 'error:|Error [0-9]|CMake Error|undefined reference|multiple definition' \
+      | cut -c1-400 >&2 || true
+    printf '[deps] ...\n' >&2
+    tail -c +"$start" "$log" | tail -n 25 | cut -c1-400 >&2
     exit 1
   fi
 }
@@ -149,10 +156,16 @@ unpack_source() {
   fetch_source "$1" "$2"
   rm -rf "$3"
   run "$1" dpkg-source --no-check -x "$SRC_DSC" "$3"
+  # dpkg-source leaves copies of the tarballs beside the tree
+  rm -f "$(dirname "$3")/$1_"*
 }
 
 stamp_ok() { [ -f "$STAMPS/$1" ]; }
-stamp_set() { date -u +%FT%TZ >"$STAMPS/$1"; }
+STEP_T0=0
+stamp_set() {
+  date -u +%FT%TZ >"$STAMPS/$1"
+  [ "$1" = icu-native ] || say "$1: done in $((SECONDS - STEP_T0)) s"
+}
 
 write_toolchain() {
   cat >"$BASE/toolchain-mingw.cmake" <<EOF
@@ -191,13 +204,13 @@ check_no_gcc_runtime() {
 
 build_gtest() {
   stamp_ok gtest && return 0
+  STEP_T0=$SECONDS
   local have
   have=$(dpkg-query -W -f='${Version}' googletest)
   case "$have" in "$GTEST_VER"*) ;; *) die "googletest $have installed, expected $GTEST_VER";; esac
   say "gtest: building $GTEST_VER (static, mingw)"
   rm -rf "$SCRATCH/gtest"
-  # Win32 threading matches what the headers pick on Windows; pthread mode would
-  # give the library and its users different gtest Mutex layouts.
+  # gtest uses Win32 threads on MinGW anyway; say so rather than rely on it
   cmake_cross gtest /usr/src/googletest "$SCRATCH/gtest" \
     -DBUILD_SHARED_LIBS=OFF -DBUILD_GMOCK=ON -DINSTALL_GTEST=ON -Dgtest_disable_pthreads=ON
   run gtest cmake --build "$SCRATCH/gtest" -j2
@@ -208,6 +221,7 @@ build_gtest() {
 
 build_benchmark() {
   stamp_ok benchmark && return 0
+  STEP_T0=$SECONDS
   local src=$SCRATCH/benchmark-src
   unpack_source benchmark "$BENCH_VER" "$src"
   say "benchmark: building $BENCH_VER (static, mingw)"
@@ -225,6 +239,7 @@ build_benchmark() {
 
 build_xerces() {
   stamp_ok xerces && return 0
+  STEP_T0=$SECONDS
   local src=$SCRATCH/xerces-src bld=$SCRATCH/xerces
   unpack_source xerces-c "$XERCES_VER" "$src"
   # Only the library: samples, tests and docs would need building before install.
@@ -248,6 +263,7 @@ build_xerces() {
 
 build_icu() {
   stamp_ok icu && return 0
+  STEP_T0=$SECONDS
   local src=$SCRATCH/icu-src native=$SCRATCH/icu-native cross=$SCRATCH/icu-cross
   if ! stamp_ok icu-native || [ ! -d "$src" ] || [ ! -d "$native" ]; then
     rm -f "$STAMPS/icu-native"
@@ -272,6 +288,7 @@ build_icu() {
   mkdir -p "$PREFIX/bin"
   local d
   for d in "$PREFIX"/lib/icu*.dll; do [ -e "$d" ] && mv -f "$d" "$PREFIX/bin/"; done
+  rm -f "$PREFIX/bin/icu-config"   # a Unix shell script, useless for a Windows prefix
   [ -f "$PREFIX/bin/icuuc${ICU_VER%%.*}.dll" ] || die "icu: icuuc${ICU_VER%%.*}.dll not installed"
   check_no_gcc_runtime "$PREFIX"/bin/icu*.dll
   rm -rf "$src" "$native" "$cross"
@@ -279,8 +296,17 @@ build_icu() {
   stamp_set icu
 }
 
+# The number-grouping tests need a locale that groups by three with a comma.
+ensure_test_locale() {
+  locale -a 2>/dev/null | grep -qix 'en_US.utf8' && return 0
+  [ "$(id -u)" -eq 0 ] || die "locale en_US.UTF-8 missing; run as root to generate it"
+  say "generating locale en_US.UTF-8"
+  localedef -i en_US -f UTF-8 en_US.UTF-8 || die "localedef en_US.UTF-8 failed"
+}
+
 main() {
   [ "$do_apt" -eq 1 ] && install_host_packages
+  ensure_test_locale
   command -v "$CXX_X" >/dev/null || die "$CXX_X not found (run without --no-apt as root)"
   mkdir -p "$PREFIX" "$LOGS" "$STAMPS" "$SCRATCH"
   write_toolchain

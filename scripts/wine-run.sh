@@ -19,8 +19,8 @@ export WINEDEBUG=-all
 # no Mono/Gecko installers on prefix creation
 export WINEDLLOVERRIDES="mscoree,mshtml="
 export LANG=C.UTF-8
+# Wine maps the Unix TZ into GetTimeZoneInformation; unset means GMT everywhere
 unset LC_ALL LANGUAGE TZ
-# the Unix TZ would leak into GetTimeZoneInformation; tests expect GMT
 
 if [ -n "${NYM_WINE:-}" ]; then
   WINE=$NYM_WINE
@@ -36,27 +36,31 @@ WINESERVER=${NYM_WINESERVER:-wineserver}
 
 ready_mark=$WINEPREFIX/.nym-ready
 
-init_prefix() {
-  [ -f "$ready_mark" ] && return 0
-  mkdir -p "$(dirname "$WINEPREFIX")"
-  # parallel first uses (ctest -j) must not create the prefix twice
+# Creates the prefix on first use and makes sure a persistent server runs.
+# Serialised, so that parallel first uses (ctest -j) neither create the prefix
+# twice nor start two servers.
+prepare() {
+  [ -d "$WINEPREFIX" ] || mkdir -p "${WINEPREFIX%/*}"
   exec 9>"$WINEPREFIX.lock"
   flock 9
   if [ ! -f "$ready_mark" ]; then
     # a prefix without the mark was interrupted mid-creation: start over
-    "$WINESERVER" -k >/dev/null 2>&1 || true
+    "$WINESERVER" -k >/dev/null 2>&1 9>&- || true
     rm -rf "$WINEPREFIX"
-    echo "wine-run: creating Wine prefix $WINEPREFIX (once, ~20 s)" >&2
-    "$WINE" wineboot -i >/dev/null 2>&1
-    "$WINESERVER" -w
+    echo "wine-run: creating Wine prefix $WINEPREFIX (once, ~15 s)" >&2
+    "$WINE" wineboot -i </dev/null >/dev/null 2>&1 9>&-
+    "$WINESERVER" -w 9>&-
     touch "$ready_mark"
   fi
+  # exit status 0: a new server was started, 2: one was already running
+  # (fd 9 closed: a daemon holding the lock would block every later run)
+  if "$WINESERVER" -p </dev/null >/dev/null 2>&1 9>&-; then
+    # The first client of a new server spawns services.exe, rpcss.exe, ... which
+    # live as long as the server and keep that client's stderr open: a test
+    # started first would make ctest wait for them forever. Boot them detached.
+    "$WINE" cmd.exe /c exit 0 </dev/null >/dev/null 2>&1 9>&- || true
+  fi
   exec 9>&-
-}
-
-start_server() {
-  # exits at once when this prefix already has a server
-  "$WINESERVER" -p </dev/null >/dev/null 2>&1 || true
 }
 
 case "${1:-}" in
@@ -67,11 +71,9 @@ case "${1:-}" in
     "$WINESERVER" -k >/dev/null 2>&1 || true
     exit 0 ;;
   --init)
-    init_prefix
-    start_server
+    prepare
     exit 0 ;;
 esac
 
-init_prefix
-start_server
+prepare
 exec "$WINE" "$@"
