@@ -18,6 +18,7 @@ struct Command {
 };
 
 int run_convert(const Words& words);
+int run_date(const Words& words);
 int run_detect(const Words& words);
 int run_status(const Words& words);
 
