@@ -42,6 +42,10 @@ constexpr unsigned int NYM_S_WRITE_FAILED = 0xC200001Au;         // stands above
 constexpr unsigned int NYM_S_READ_FAILED = 0xC200001Bu;
 constexpr unsigned int NYM_S_SIZE_UNKNOWN = 0xC2000027u;         // size() could not find the length
 constexpr unsigned int NYM_S_NO_WRITER_TAKEN = 0xC2000033u;      // the store has a writer, or takes none
+// Causes a store puts under NYM_S_WRITE_FAILED (or NYM_S_READ_FAILED) when its own storage raised.
+constexpr unsigned int NYM_S_NO_MEMORY = 0xC2000001u;            // an allocation failed
+constexpr unsigned int NYM_S_UNKNOWN_EXCEPTION = 0xC200006Au;    // something other than a std::exception
+constexpr unsigned int NYM_S_STD_EXCEPTION = 0xC200006Bu;        // a std::exception; its text is the argument
 
 // Base of a seek: 0 from the start, 1 from the position given, 2 from the end.
 enum Nym_seek_mode { NYM_SEEK_BEGIN = 0, NYM_SEEK_CURRENT = 1, NYM_SEEK_END = 2 };
@@ -110,6 +114,15 @@ class NYM_API Nym_buffer {
   static void seek_within(Nym_seek_mode mode, int64 offset, int64& position, int64 end, Nym_status& status);
   // Raises std::out_of_range for a count above 0x7FFFFFFFFFFFFFFF.
   static void check_write_count(uint64 count);
+  // The protected operations of another store, for stores built on stores (a window, a chain).
+  static uint64 read_of(const Nym_buffer& other, bool wait, int64& position, uint64 count, void* data,
+                        Nym_status& status) {
+    return other.read(wait, position, count, data, status);
+  }
+  static void seek_of(const Nym_buffer& other, Nym_seek_mode mode, int64 offset, int64& position,
+                      Nym_status& status) {
+    other.seek(mode, offset, position, status);
+  }
 
  private:
   friend class Nym_istream;

@@ -1,0 +1,49 @@
+#include "nym/raw_memory_buffer.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+
+namespace nym {
+
+Nym_raw_memory_buffer::Nym_raw_memory_buffer(int64 size, const unsigned char* data, Delete_method method)
+    : m_size(size), m_data(data), m_delete(method) {
+  if (data == nullptr && size > 0) {
+    throw std::invalid_argument("Nym_raw_memory_buffer::Nym_raw_memory_buffer - null data.");
+  }
+}
+
+Nym_raw_memory_buffer::~Nym_raw_memory_buffer() {
+  if (m_delete == DELETE_OBJECT) {
+    delete m_data;
+  } else if (m_delete == DELETE_ARRAY) {
+    delete[] m_data;
+  }
+}
+
+void Nym_raw_memory_buffer::connect_ostream(Nym_status& status) { status = NYM_S_NO_WRITER_TAKEN; }
+
+uint64 Nym_raw_memory_buffer::read(bool, int64& position, uint64 count, void* data, Nym_status& status) const {
+  // A position set below 0 lies before the data, as for Nym_ibyte_stream: nothing is there.
+  if (position < 0 || position >= m_size) {
+    status = NYM_S_END_OF_DATA;
+    return 0;
+  }
+  const auto wanted = static_cast<int64>(std::min<uint64>(count, std::numeric_limits<int64>::max()));
+  const int64 n = std::min(wanted, m_size - position);
+  if (n < 0) throw std::overflow_error("streampos too negative for size_t");
+  std::memcpy(data, m_data + position, static_cast<uint64>(n));
+  position += n;
+  return static_cast<uint64>(n);
+}
+
+void Nym_raw_memory_buffer::write(int64&, uint64, const void*, Nym_status& status) { status.push(NYM_S_WRITE_FAILED); }
+
+void Nym_raw_memory_buffer::seek(Nym_seek_mode mode, int64 offset, int64& position, Nym_status& status) const {
+  seek_within(mode, offset, position, m_size, status);
+}
+
+void Nym_raw_memory_buffer::truncate(int64, Nym_status& status) { status = NYM_S_NO_WRITER_TAKEN; }
+
+}  // namespace nym

@@ -1,0 +1,17 @@
+// Nym_file_access: how a file is to be opened, shared by the file, the file buffer and
+// nym_access.
+#ifndef NYM_FILE_ACCESS_H
+#define NYM_FILE_ACCESS_H
+
+namespace nym {
+
+enum Nym_file_access {
+  NYM_ACCESS_READ = 0,        // GENERIC_READ
+  NYM_ACCESS_WRITE = 1,       // GENERIC_WRITE
+  NYM_ACCESS_READ_WRITE = 2,  // both
+  NYM_ACCESS_ALL = 3          // GENERIC_ALL
+};
+
+}  // namespace nym
+
+#endif

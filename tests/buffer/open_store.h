@@ -1,0 +1,87 @@
+// Test helpers for the stores: their protected operations opened up, and a function store
+// that hands out its bytes a few at a time, as a pipe or a socket would.
+#ifndef NYM_TEST_OPEN_STORE_H
+#define NYM_TEST_OPEN_STORE_H
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <string>
+
+#include "nym/func_buffer.h"
+
+namespace nym_test {
+
+template <class Store>
+class Open : public Store {
+ public:
+  using Store::Store;
+
+  nym::uint64 read_at(bool wait, nym::int64& position, nym::uint64 count, void* data, nym::Nym_status& status) const {
+    return this->read(wait, position, count, data, status);
+  }
+  void write_at(nym::int64& position, nym::uint64 count, const void* data, nym::Nym_status& status) {
+    this->write(position, count, data, status);
+  }
+  void seek_at(nym::Nym_seek_mode mode, nym::int64 offset, nym::int64& position, nym::Nym_status& status) const {
+    this->seek(mode, offset, position, status);
+  }
+  void truncate_to(nym::int64 size, nym::Nym_status& status) { this->truncate(size, status); }
+  // Reads everything from `position` without blocking; stops at the first error.
+  std::string read_all(nym::int64 position, nym::Nym_status& status) const {
+    std::string all;
+    char chunk[7];
+    for (;;) {
+      const nym::uint64 n = this->read(false, position, sizeof chunk, chunk, status);
+      if (status.is_error() || n == 0) break;
+      all.append(chunk, n);
+    }
+    return all;
+  }
+};
+
+// Gives at most `step` bytes a read (0 makes a broken store that gives nothing and no error).
+// Counts its destruction, its truncations and the `wait` flags it was passed.
+class Trickle_functor : public nym::Nym_buffer_functor {
+ public:
+  Trickle_functor(std::string bytes, nym::uint64 step, std::atomic<int>* destroyed = nullptr)
+      : m_bytes(std::move(bytes)), m_step(step), m_destroyed(destroyed) {}
+  ~Trickle_functor() override {
+    if (m_destroyed != nullptr) ++*m_destroyed;
+  }
+
+  nym::uint64 read(bool wait, nym::int64& position, nym::uint64 count, void* data, nym::Nym_status& status) override {
+    status.clear();
+    m_last_wait = wait;
+    if (m_step == 0) return 0;
+    if (position < 0 || position >= static_cast<nym::int64>(m_bytes.size())) {
+      status = nym::NYM_S_END_OF_DATA;
+      return 0;
+    }
+    const nym::uint64 n = std::min({count, m_step, static_cast<nym::uint64>(m_bytes.size() - position)});
+    std::memcpy(data, m_bytes.data() + position, n);
+    position += static_cast<nym::int64>(n);
+    return n;
+  }
+  nym::int64 size() override { return static_cast<nym::int64>(m_bytes.size()); }
+  void truncate(nym::int64 size, nym::Nym_status& status) override {
+    status.clear();
+    m_bytes.resize(static_cast<std::size_t>(size));
+    ++m_truncations;
+  }
+
+  bool last_wait() const { return m_last_wait; }
+  int truncations() const { return m_truncations; }
+  const std::string& bytes() const { return m_bytes; }
+
+ private:
+  std::string m_bytes;
+  nym::uint64 m_step;
+  std::atomic<int>* m_destroyed;
+  bool m_last_wait = false;
+  int m_truncations = 0;
+};
+
+}  // namespace nym_test
+
+#endif
