@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds both presets (installing what is missing) and runs every test: the host build
-# natively under ASan/UBSan, the Windows build under Wine.
+# natively under ASan/UBSan, the Windows build under Wine; then the threaded suites under
+# ThreadSanitizer and each fuzz target for a short fixed time (NYM_FUZZ_SECONDS, default 20).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -19,3 +20,13 @@ export NYM_WINEPREFIX=$PWD/build/windows/wineprefix
 scripts/wine-run.sh --init
 trap 'scripts/wine-run.sh --stop' EXIT
 ctest --preset windows
+
+echo "== host build under ThreadSanitizer (threaded suites)"
+cmake --preset host-tsan >/dev/null
+cmake --build --preset host-tsan --target nym_thread_tests nym_buffer_tests
+ctest --preset host-tsan -R '^(thread|buffer)$'
+
+echo "== fuzz targets (clang, libFuzzer, ${NYM_FUZZ_SECONDS:-20} s each)"
+cmake --preset host-fuzz -DNYM_FUZZ_SECONDS="${NYM_FUZZ_SECONDS:-20}" >/dev/null
+cmake --build --preset host-fuzz --target nym_fuzz_utf nym_fuzz_quote nym_fuzz_tokeniser
+ctest --preset host-fuzz
