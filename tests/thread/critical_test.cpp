@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "nym/critical.h"
+#include "lock_contention.h"
 #include "watchdog.h"
 
 using namespace nym;
@@ -66,20 +67,6 @@ TEST(CriticalTest, AnotherThreadMayRelease) {
 TEST(CriticalTest, ExcludesOtherThreads) {
   nym_test::Watchdog watchdog("ExcludesOtherThreads");
   Nym_critical section;
-  long long counter = 0;
-  constexpr int THREADS = 4;
-  constexpr int ROUNDS = 20000;
-  std::vector<std::thread> threads;
-  for (int t = 0; t < THREADS; ++t) {
-    threads.emplace_back([&] {
-      for (int i = 0; i < ROUNDS; ++i) {
-        section.lock();
-        const long long seen = counter;
-        counter = seen + 1;
-        section.unlock();
-      }
-    });
-  }
-  for (auto& t : threads) t.join();
-  EXPECT_EQ(counter, static_cast<long long>(THREADS) * ROUNDS);
+  EXPECT_EQ(nym_test::count_under_lock(section),
+            static_cast<long long>(nym_test::CONTENTION_THREADS) * nym_test::CONTENTION_ROUNDS);
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "nym/latch.h"
+#include "lock_contention.h"
 #include "watchdog.h"
 
 using namespace nym;
@@ -46,20 +47,6 @@ TEST(LatchTest, AllFourCopiesTakeTheWordAsItStands) {
 TEST(LatchTest, LockWaitsForTheHolder) {
   nym_test::Watchdog watchdog("LatchTest.LockWaitsForTheHolder");
   Nym_latch latch;
-  long long counter = 0;
-  constexpr int THREADS = 4;
-  constexpr int ROUNDS = 20000;
-  std::vector<std::thread> threads;
-  for (int t = 0; t < THREADS; ++t) {
-    threads.emplace_back([&] {
-      for (int i = 0; i < ROUNDS; ++i) {
-        latch.lock();
-        const long long seen = counter;
-        counter = seen + 1;
-        latch.unlock();
-      }
-    });
-  }
-  for (auto& t : threads) t.join();
-  EXPECT_EQ(counter, static_cast<long long>(THREADS) * ROUNDS);
+  EXPECT_EQ(nym_test::count_under_lock(latch),
+            static_cast<long long>(nym_test::CONTENTION_THREADS) * nym_test::CONTENTION_ROUNDS);
 }

@@ -7,29 +7,17 @@
 #include "nym/date.h"
 #include "nym/string_basic.h"
 
+#include "test_helpers.h"
+
 using namespace nym;
 
 namespace {
 
 using P = Nym_time_period;
 
-template <class F>
-std::string what_of(F&& f) {
-  try {
-    f();
-  } catch (const std::exception& e) {
-    return e.what();
-  }
-  return "(nothing raised)";
-}
+using nym_test::what_of;
 
-Nstring text(const Nym_date& d, const char16_t* format) {
-  Wstring out = u"junk";
-  d.to_string(format, out);
-  Nstring narrow;
-  nym_string_append(narrow, out.c_str());
-  return narrow;
-}
+using nym_test::text;
 
 void expect_calendar(const Nym_date& d, int day, int month, int year) {
   EXPECT_EQ(d.day(), day);

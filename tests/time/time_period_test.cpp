@@ -7,6 +7,8 @@
 #include "nym/string_basic.h"
 #include "nym/time_period.h"
 
+#include "test_helpers.h"
+
 using namespace nym;
 
 namespace {
@@ -25,23 +27,9 @@ void expect_fields(const P& p, int64 seconds, int microseconds) {
   EXPECT_EQ(p.microseconds(), microseconds);
 }
 
-template <class F>
-std::string what_of(F&& f) {
-  try {
-    f();
-  } catch (const std::exception& e) {
-    return e.what();
-  }
-  return "(nothing raised)";
-}
+using nym_test::what_of;
 
-Nstring text(const P& p, const char16_t* format) {
-  Wstring out = u"junk";
-  p.to_string(format, out);
-  Nstring narrow;
-  nym_string_append(narrow, out.c_str());
-  return narrow;
-}
+using nym_test::text;
 
 const char* const MIXED = "Invalid time period given to Nym_time_period::assign()";
 

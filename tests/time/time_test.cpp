@@ -7,6 +7,8 @@
 #include "nym/string_basic.h"
 #include "nym/time.h"
 
+#include "test_helpers.h"
+
 using namespace nym;
 
 namespace {
@@ -20,23 +22,9 @@ void expect_clock(const Nym_time& t, int h, int m, int s, int u) {
   EXPECT_EQ(t.microseconds(), u);
 }
 
-template <class F>
-std::string what_of(F&& f) {
-  try {
-    f();
-  } catch (const std::exception& e) {
-    return e.what();
-  }
-  return "(nothing raised)";
-}
+using nym_test::what_of;
 
-Nstring text(const Nym_time& t, const char16_t* format) {
-  Wstring out = u"junk";
-  t.to_string(format, out);
-  Nstring narrow;
-  nym_string_append(narrow, out.c_str());
-  return narrow;
-}
+using nym_test::text;
 
 }  // namespace
 

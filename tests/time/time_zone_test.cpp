@@ -10,6 +10,7 @@
 
 #include "nym/test_clock.h"
 #include "nym/time_zone.h"
+#include "test_helpers.h"
 #include "watchdog.h"
 
 #if defined(_WIN32)
@@ -58,15 +59,7 @@ constexpr int ROWS = sizeof TABLE / sizeof TABLE[0];
 
 Z::Identifiers id(int value) { return static_cast<Z::Identifiers>(value); }
 
-template <class F>
-std::string what_of(F&& f) {
-  try {
-    f();
-  } catch (const std::exception& e) {
-    return e.what();
-  }
-  return "(nothing raised)";
-}
+using nym_test::what_of;
 
 void expect_terminator(const Z& z) {
   EXPECT_STREQ(z.name(), "???");
