@@ -7,6 +7,7 @@
 #include "nym/string_basic.h"
 #include "time/clock.h"
 #include "time/date_locale.h"
+#include "time/format_walk.h"
 
 namespace nym {
 
@@ -321,15 +322,7 @@ void Nym_date::to_string(const Wstring& format, Wstring& result) const {
   // A date stepped out of range by ++ or -- has no calendar fields that strftime would take.
   if (!is_julian_day(m_julian_day)) throw_invalid("Invalid Julian day.");
   const tm t = *this;
-  result.clear();
-  const std::size_t n = format.size();
-  for (std::size_t i = 0; i < n; ++i) {
-    const Wchar c = format[i];
-    if (c != u'%' || i + 1 == n) {
-      result += c;
-      continue;
-    }
-    const Wchar token = format[++i];
+  impl::expand_format(format, result, [&](Wchar token) {
     if (!is_format_token(token)) throw_invalid("Nym_date::to_string - invalid format token.");
     char buffer[1024];
     switch (token) {
@@ -349,13 +342,11 @@ void Nym_date::to_string(const Wstring& format, Wstring& result) const {
         result += text;
         break;
       }
-      default: {
-        const char spec[3] = {'%', static_cast<char>(token), '\0'};
-        if (std::strftime(buffer, sizeof buffer, spec, &t) > 0) nym_string_append(result, buffer);
+      default:
+        impl::append_strftime(result, token, t);
         break;
-      }
     }
-  }
+  });
 }
 
 namespace impl {

@@ -4,6 +4,7 @@
 
 #include "nym/string_basic.h"
 #include "time/clock.h"
+#include "time/format_walk.h"
 
 namespace nym {
 
@@ -112,20 +113,20 @@ bool Nym_time::is_format_token(unsigned short unit) noexcept {
 
 void Nym_time::to_string(const Wstring& format, Wstring& result) const {
   const tm t = *this;
-  result.clear();
-  const std::size_t n = format.size();
-  for (std::size_t i = 0; i < n; ++i) {
-    const Wchar c = format[i];
-    if (c != u'%' || i + 1 == n) {
-      result += c;
-      continue;
-    }
-    const Wchar token = format[++i];
+  impl::expand_format(format, result, [&](Wchar token) {
     if (!is_format_token(token)) throw std::invalid_argument("Nym_time::to_string - invalid format token.");
-    const char spec[3] = {'%', static_cast<char>(token), '\0'};
-    char buffer[1024];
-    if (std::strftime(buffer, sizeof buffer, spec, &t) > 0) nym_string_append(result, buffer);
-  }
+    impl::append_strftime(result, token, t);
+  });
 }
+
+namespace impl {
+
+void append_strftime(Wstring& result, Wchar token, const std::tm& t) {
+  const char conversion[3] = {'%', static_cast<char>(token), '\0'};
+  char buffer[1024];
+  if (std::strftime(buffer, sizeof buffer, conversion, &t) > 0) nym_string_append(result, buffer);
+}
+
+}  // namespace impl
 
 }  // namespace nym

@@ -5,6 +5,7 @@
 #include "nym/cwstring.h"
 #include "nym/string_basic.h"
 #include "nym/time.h"
+#include "time/format_walk.h"
 #include "time/wrap.h"
 
 namespace nym {
@@ -232,15 +233,8 @@ Nym_time_period Nym_time_period::operator%(int divisor) const {
 
 void Nym_time_period::to_string(const Wstring& format, Wstring& result) const {
   static const Wstring clock_format(u"%H:%M:%S");
-  result.clear();
-  const std::size_t n = format.size();
-  for (std::size_t i = 0; i < n; ++i) {
-    const Wchar c = format[i];
-    if (c != u'%' || i + 1 == n) {
-      result += c;
-      continue;
-    }
-    switch (format[++i]) {
+  impl::expand_format(format, result, [&](Wchar token) {
+    switch (token) {
       case u'%':
         result += u'%';
         break;
@@ -283,7 +277,7 @@ void Nym_time_period::to_string(const Wstring& format, Wstring& result) const {
       default:
         throw std::invalid_argument("Nym_time_period::to_string - invalid format token.");
     }
-  }
+  });
 }
 
 }  // namespace nym
