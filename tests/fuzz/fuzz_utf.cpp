@@ -1,5 +1,6 @@
-// The UTF-8 and UTF-16 conversions against the plain walkers they must equal, byte for byte,
-// and the round trip that holds for well-formed text. The first byte picks the direction.
+// The UTF-8 and UTF-16 conversions, and each vector kernel, against the plain walkers they
+// must equal, byte for byte, and the round trip that holds for well-formed text. The first
+// byte picks the direction.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -27,6 +28,16 @@ void utf8_side(const unsigned char* data, std::size_t size) {
                            reinterpret_cast<const unsigned char*>(text.c_str()) + terminated, walked);
   check(fast == walked);
   check(fast.size() <= terminated);  // never more units than bytes
+  // Every vector kernel on its own, over the whole input with its NULs.
+  const auto* all = reinterpret_cast<const unsigned char*>(text.data());
+  Wstring all_walked;
+  const unsigned char* const walk_end = impl::utf8_to_utf16_walk(all, all + size, all_walked);
+  for (const impl::Utf_kernel k : {impl::Utf_kernel::sse2, impl::Utf_kernel::ssse3}) {
+    if (!impl::utf_kernel_supported(k)) continue;
+    Wstring kernel_out;
+    check(impl::utf8_to_utf16_append(all, all + size, kernel_out, k) == walk_end);
+    check(kernel_out == all_walked);
+  }
   // The bounded form over every prefix length the input suggests.
   const std::size_t length = size == 0 ? 0 : data[0] % (size + 1);
   Wstring bounded;
@@ -47,6 +58,14 @@ void utf16_side(const unsigned char* data, std::size_t size) {
   Nstring walked;
   impl::utf16_to_utf8_walk(text.c_str(), terminated_end, walked);
   check(fast == walked);
+  Nstring all_walked;
+  impl::utf16_to_utf8_walk(text.data(), text.data() + text.size(), all_walked);
+  for (const impl::Utf_kernel k : {impl::Utf_kernel::sse2, impl::Utf_kernel::ssse3}) {
+    if (!impl::utf_kernel_supported(k)) continue;
+    Nstring kernel_out;
+    impl::utf16_to_utf8_append(text.data(), text.data() + text.size(), kernel_out, k);
+    check(kernel_out == all_walked);
+  }
   // Well-formed UTF-16 comes back unchanged.
   bool well_formed = true;
   for (const Wchar* p = text.c_str(); p < terminated_end; ++p) {

@@ -2,6 +2,7 @@
 
 #include <unicode/uchar.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -40,25 +41,51 @@ int compare(A a, B b) {
   }
 }
 
+// The terminator is found a slice at a time, so that the conversion reads each slice again
+// while it is still in the cache (the C run-time's strlen is byte by byte on some systems).
+constexpr std::size_t SLICE = 16384;
+
+// Converts the bytes before the first NUL of the first `length`. The walk may run past a
+// slice's end inside a sequence; the next slice starts where it stopped.
+void utf8_slices(const unsigned char* p, uint64 length, Wstring& out) {
+  uint64 done = 0;
+  while (done < length) {
+    const std::size_t ask = static_cast<std::size_t>(std::min<uint64>(SLICE, length - done));
+    const std::size_t n = impl::utf8_length(p, ask);
+    const unsigned char* const next = impl::utf8_to_utf16_append(p, p + n, out);
+    if (n < ask) return;  // the NUL, which no sequence takes
+    done += static_cast<uint64>(next - p);
+    p = next;
+  }
+}
+
 }  // namespace
 
 void nym_utf8_to_utf16(const char* in, Wstring& out) {
   out.clear();
-  // The C run-time's strlen is byte by byte on some systems: scan with the vector reader.
-  impl::utf8_to_utf16_append(bytes(in), bytes(in) + impl::utf8_length(bytes(in), SIZE_MAX), out);
+  utf8_slices(bytes(in), NYM_NPOS, out);
 }
 
 void nym_utf8_to_utf16(const char* in, uint64 length, Wstring& out) {
   out.clear();
-  // The walk ends at a NUL inside the range: a NUL is never part of a sequence.
-  const std::size_t n = impl::utf8_length(bytes(in), static_cast<std::size_t>(length));
-  impl::utf8_to_utf16_append(bytes(in), bytes(in) + n, out);
+  // The walk also ends at a NUL inside the range: a NUL is never part of a sequence.
+  utf8_slices(bytes(in), length, out);
 }
 
 void nym_utf16_to_utf8(const Wchar* in, Nstring& out) {
   out.clear();
   if (in == nullptr) return;
-  impl::utf16_to_utf8_append(in, in + impl::utf16_length(in), out);
+  for (;;) {
+    std::size_t n = impl::utf16_length(in, SLICE);
+    if (n < SLICE) {
+      impl::utf16_to_utf8_append(in, in + n, out);
+      return;
+    }
+    // A pair is never split between slices: a high surrogate at the end waits for the next.
+    if (impl::is_high_surrogate(in[n - 1])) --n;
+    impl::utf16_to_utf8_append(in, in + n, out);
+    in += n;
+  }
 }
 
 void nym_utf16_to_utf32(const Wchar* in, U32string& out) {

@@ -113,22 +113,33 @@ inline void append_utf16(Wstring& out, std::uint32_t v) {
   }
 }
 
+// The vector instructions a whole-text conversion may use: SSE2 (always there on x64; plain
+// C++ elsewhere) for runs of ASCII, or SSSE3 for whole windows of mixed text as well. The
+// default picks the best the processor has; the tests hold every kernel to the walkers.
+enum class Utf_kernel { sse2, ssse3 };
+bool utf_kernel_supported(Utf_kernel kernel);
+
 // Whole-text conversions: the output of decode_utf8/decode_utf16 and append_utf16/append_utf8
 // character by character, byte for byte, reached through fast paths for runs of ASCII and of
 // well-formed short sequences. The walk covers [p, end); like decode_utf8(p, nullptr), a
 // UTF-8 sequence that starts before `end` takes its continuation bytes past it (up to a NUL
-// or a byte that is not 10xxxxxx). A UTF-16 high surrogate at end - 1 gives U+FFFD.
-void utf8_to_utf16_append(const unsigned char* p, const unsigned char* end, Wstring& out);
+// or a byte that is not 10xxxxxx), and the UTF-8 forms answer where the walk stopped. A
+// UTF-16 high surrogate at end - 1 gives U+FFFD.
+const unsigned char* utf8_to_utf16_append(const unsigned char* p, const unsigned char* end, Wstring& out);
+const unsigned char* utf8_to_utf16_append(const unsigned char* p, const unsigned char* end, Wstring& out,
+                                          Utf_kernel kernel);
 void utf16_to_utf8_append(const Wchar* p, const Wchar* end, Nstring& out);
+void utf16_to_utf8_append(const Wchar* p, const Wchar* end, Nstring& out, Utf_kernel kernel);
 
 // The plain character-at-a-time loops the fast paths must equal (kept for the tests).
-void utf8_to_utf16_walk(const unsigned char* p, const unsigned char* end, Wstring& out);
+const unsigned char* utf8_to_utf16_walk(const unsigned char* p, const unsigned char* end, Wstring& out);
 void utf16_to_utf8_walk(const Wchar* p, const Wchar* end, Nstring& out);
 
-// Units before the terminator of UTF-16 text.
-std::size_t utf16_length(const Wchar* text);
-// Bytes before the first NUL of the first `max` bytes, or `max`. Reads whole aligned 16-byte
-// blocks, never more than the block that holds the NUL or the last byte asked for.
+// Units before the terminator of UTF-16 text, or `max` when no terminator comes first.
+// Reads whole aligned 64-byte lines, never beyond the line that holds the terminator or the
+// last unit asked for.
+std::size_t utf16_length(const Wchar* text, std::size_t max);
+// Bytes before the first NUL of the first `max` bytes, or `max`. Reads as utf16_length.
 std::size_t utf8_length(const unsigned char* text, std::size_t max);
 
 }  // namespace nym::impl

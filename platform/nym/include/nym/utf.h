@@ -13,6 +13,10 @@
 
 namespace nym {
 
+class Nym_istream;
+class Nym_ostream;
+class Nym_status;
+
 using uint32 = std::uint32_t;
 // UTF-32 text: one code point per element.
 using U32string = std::basic_string<uint32>;
@@ -32,6 +36,18 @@ NYM_API void nym_utf16_to_utf32(const Wchar* in, U32string& out);
 NYM_API void nym_utf32_to_utf16(const uint32* in, Wstring& out);
 // UTF-32 up to a 0 value; null gives an empty result.
 NYM_API void nym_utf32_to_utf8(const uint32* in, Nstring& out);
+
+// Streams: UTF-8 read a byte at a time, each character written as soon as it is complete,
+// as one write of two bytes per UTF-16 unit in host order; a NUL is an ordinary character, a
+// byte that breaks a sequence is dropped with it (one U+FFFD for both), and a character cut
+// by the end of the data is dropped. No byte-order mark is written. The status is cleared
+// first and holds, at the end, what a read or write reported, except the end of the data.
+NYM_API void nym_utf8_to_utf16(Nym_istream& in, Nym_ostream& out, Nym_status& status);
+// UTF-16 in host order read in blocks of 16,384 bytes, each converted as a terminated string
+// (a NUL unit loses the rest of its block) and written with one write. A pair is never split
+// between blocks; a high surrogate that ends the data becomes U+FFFD and a last odd byte is
+// dropped. A byte-order mark is converted like any other character. Status as above.
+NYM_API void nym_utf16_to_utf8(Nym_istream& in, Nym_ostream& out, Nym_status& status);
 
 // The code point at `position` (bytes or units into terminated text); `position` moves past
 // it. At the terminator, for a null `text`, for a decoded value 0 (C0 80) or when `position`
