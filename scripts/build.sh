@@ -15,4 +15,8 @@ echo "== nym --help"
 scripts/wine-run.sh "$nym" --help
 echo "== nym status 0x80070005 C:\\data\\a.ini"
 scripts/wine-run.sh "$nym" status 0x80070005 'C:\data\a.ini'
+echo "== nym date 2000-01-01"
+scripts/wine-run.sh "$nym" date 2000-01-01
+echo "== nym detect README.md"
+scripts/wine-run.sh "$nym" detect README.md
 scripts/wine-run.sh --stop

@@ -21,8 +21,8 @@ const nym_tool::Command COMMANDS[] = {
 
 void print_help() {
   std::printf("usage: nym <command> [arguments]\n\ncommands:\n");
-  for (const auto& c : COMMANDS) std::printf("  %-28s %s\n", c.usage, c.summary);
-  std::printf("  %-28s %s\n", "nym --help", "this list");
+  for (const auto& c : COMMANDS) std::printf("  %-42s %s\n", c.usage, c.summary);
+  std::printf("  %-42s %s\n", "nym --help", "this list");
 }
 
 }  // namespace
