@@ -232,3 +232,42 @@ TEST(IsUtf16Test, LongTextAcrossBlocks) {
 }
 
 }  // namespace
+
+namespace {
+
+// A store that meets its end with nothing read and nothing reported; after many such reads
+// it fails, so that a walk that doesn't stop shows up as an error rather than a hang.
+class Quiet_end_buffer : public Bytes_buffer {
+ public:
+  using Bytes_buffer::Bytes_buffer;
+  mutable int m_quiet_reads = 0;
+
+ protected:
+  uint64 read(bool wait, int64& position, uint64 count, void* data, Nym_status& status) const override {
+    const uint64 n = Bytes_buffer::read(wait, position, count, data, status);
+    if (n == 0) {
+      status.clear();
+      if (++m_quiet_reads > 50) status = NYM_S_READ_FAILED;
+    }
+    return n;
+  }
+};
+
+TEST(UtfDetectTest, AReadOfNothingWithoutAnErrorEndsTheWalk) {
+  Quiet_end_buffer text8("caf\xC3\xA9");
+  unsigned char flags = 0xFF;
+  bool ascii = true;
+  Nym_status status;
+  EXPECT_TRUE(nym_is_utf8(&text8, flags, ascii, status));
+  EXPECT_TRUE(status.is_clear());
+  EXPECT_FALSE(ascii);
+  EXPECT_EQ(text8.m_quiet_reads, 1);
+
+  Quiet_end_buffer text16(utf16_bytes("Stra\xC3\x9F" "e"));
+  EXPECT_TRUE(nym_is_utf16(&text16, 0, flags, status));
+  EXPECT_TRUE(status.is_clear());
+  EXPECT_EQ(flags, 0x03);
+  EXPECT_EQ(text16.m_quiet_reads, 1);
+}
+
+}  // namespace

@@ -230,3 +230,36 @@ TEST(UtfStreamTest, ASilentStreamEndsTheLoops) {
 }
 
 }  // namespace
+
+namespace {
+
+// Hands out its bytes and reports the end of the data with the last of them.
+class Eager_end_istream : public Nym_unbuffered_istream {
+ public:
+  explicit Eager_end_istream(Nstring bytes) : m_bytes(std::move(bytes)) {}
+  uint64 read(uint64 count, void* data, Nym_status& status) override {
+    status.clear();
+    const std::size_t n = std::min<std::size_t>(static_cast<std::size_t>(count), m_bytes.size() - m_at);
+    std::memcpy(data, m_bytes.data() + m_at, n);
+    m_at += n;
+    if (m_at == m_bytes.size()) status = NYM_S_END_OF_DATA;
+    return n;
+  }
+
+ private:
+  Nstring m_bytes;
+  std::size_t m_at = 0;
+};
+
+TEST(UtfStreamTest, Utf8ToUtf16ClearsAnEndThatComesWithTheLastByte) {
+  Nstring out;
+  Nym_string_buffer sink(out, true);
+  Nym_status status;
+  Nym_ostream os(sink, status);
+  Eager_end_istream is("a\xC3\xA9");
+  nym_utf8_to_utf16(is, os, status);
+  EXPECT_TRUE(status.is_clear());
+  EXPECT_EQ(units_of(out), u"a\u00E9");
+}
+
+}  // namespace

@@ -179,6 +179,20 @@ TEST(UtfConvertTest, Utf16ToUtf8Quirks) {
   EXPECT_EQ(out, "");
 }
 
+// Runs of high surrogates that end where the converter's 16,384-unit slices meet: each high
+// surrogate takes the unit after it, whichever side of the seam that unit lies on.
+TEST(UtfConvertTest, Utf16ToUtf8HighSurrogateRunsAtTheSliceSeam) {
+  for (std::size_t run = 1; run <= 4; ++run) {
+    for (const Wchar after : {Wchar(0x41), Wchar(0xDC00)}) {
+      Wstring w(16384 - run, u'a');
+      w.append(run, static_cast<Wchar>(0xD800));
+      w += after;
+      w += u'z';
+      ASSERT_EQ(to8(w), oracle::utf16_to_utf8(w.c_str())) << "run " << run << " after " << after;
+    }
+  }
+}
+
 TEST(UtfConvertTest, Utf32Forms) {
   U32string u32;
   nym_utf16_to_utf32(units({0x41, 0xD83D, 0xDE00, 0xD800, 0x42, 0xDC00}).c_str(), u32);

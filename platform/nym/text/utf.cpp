@@ -81,8 +81,12 @@ void nym_utf16_to_utf8(const Wchar* in, Nstring& out) {
       impl::utf16_to_utf8_append(in, in + n, out);
       return;
     }
-    // A pair is never split between slices: a high surrogate at the end waits for the next.
-    if (impl::is_high_surrogate(in[n - 1])) --n;
+    // A pair is never split between slices: a high surrogate that starts a character at the
+    // end waits for the next. A run of high surrogates pairs them off from its first unit (a
+    // character start), so the last one starts a character only when the run is odd.
+    std::size_t run = 0;
+    while (run < n && impl::is_high_surrogate(in[n - 1 - run])) ++run;
+    if (run % 2 != 0) --n;
     impl::utf16_to_utf8_append(in, in + n, out);
     in += n;
   }

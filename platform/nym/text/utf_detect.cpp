@@ -107,6 +107,9 @@ bool nym_is_utf8(const Nym_buffer* buffer, unsigned char& flags, bool& ascii, Ny
     if (!result || status.is_error()) break;
     count = in.read(UTF8_BLOCK, block, status);
     start = 0;
+    // A read that gives nothing and reports nothing would never end the walk: it ends it as
+    // the end of the data does.
+    if (count == 0 && !status.is_error()) break;
   }
   if (status.value() == NYM_S_END_OF_DATA) status.clear();
   return result;
@@ -181,7 +184,8 @@ bool nym_is_utf16(const Nym_buffer* buffer, unsigned short tolerance, unsigned c
     if (status.is_error()) break;
     count = in.read(UTF16_BLOCK, block, status);
     first_unit = 0;
-    if (status.is_error() && count == 0) break;
+    // Also a read that gives nothing and reports nothing, which would never end the walk.
+    if (count == 0) break;
   }
   if (status.orig_value() == NYM_S_END_OF_DATA) status.clear();
 

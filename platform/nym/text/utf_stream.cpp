@@ -30,6 +30,9 @@ void nym_utf8_to_utf16(Nym_istream& in, Nym_ostream& out, Nym_status& status) {
     // A read that gives nothing and reports nothing would never end the loop: it ends it as
     // the end of the data does.
     if (in.read(1, &b, status) == 0) break;
+    // The end of the data may come with the last byte, which is still used.
+    const bool ended = status == NYM_S_END_OF_DATA;
+    if (ended) status.clear();
     if (missing != 0) {
       if (impl::is_utf8_continuation(b)) {
         value = (value << 6) | (b & 0x3Fu);
@@ -50,6 +53,7 @@ void nym_utf8_to_utf16(Nym_istream& in, Nym_ostream& out, Nym_status& status) {
       }
     }
     if (status.is_error()) return;
+    if (ended) break;
   }
   // A character cut by the end is dropped.
   if (status == NYM_S_END_OF_DATA) status.clear();
