@@ -124,7 +124,13 @@ TYPED_TEST(IstreamTest, ByteOrderReads) {
   unsigned int three = 77;
   stream.read_be(three, status);
   EXPECT_EQ(status.value(), NYM_S_TOO_FEW_BYTES);
+  EXPECT_FALSE(status.has_child()) << "part of a value is a short read, not the end of the data";
   EXPECT_EQ(stream.tell(), 13) << "the position moves by what was read";
+  // Nothing left at all: the end of the data stays under the report.
+  stream.read_be(three, status);
+  EXPECT_EQ(status.value(), NYM_S_TOO_FEW_BYTES);
+  ASSERT_TRUE(status.has_child());
+  EXPECT_EQ(status.child()->value(), NYM_S_END_OF_DATA);
 }
 
 TYPED_TEST(IstreamTest, WideByteOrderReads) {

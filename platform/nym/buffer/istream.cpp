@@ -62,6 +62,9 @@ void Nym_istream::read_ordered(T& value, bool big_endian, Nym_status& status) {
     if (n == 0 || status.is_error()) break;
   }
   if (got < sizeof(T)) {
+    // The end met by the extra read after a part of the value is not reported: as with any
+    // short read, the end comes with the next read.
+    if (got > 0 && status == NYM_S_END_OF_DATA) status.clear();
     status.push(NYM_S_TOO_FEW_BYTES);
     return;
   }
