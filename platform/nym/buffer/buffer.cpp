@@ -1,5 +1,7 @@
 #include "nym/buffer.h"
 
+#include <algorithm>
+#include <cstring>
 #include <limits>
 #include <stdexcept>
 
@@ -144,6 +146,40 @@ void Nym_buffer::seek_within(Nym_seek_mode mode, int64 offset, int64& position, 
     position = old;
     status = NYM_S_BAD_SEEK;
   }
+}
+
+uint64 Nym_buffer::read_contiguous(bool wait, int64& position, uint64 count, void* data, Nym_status& status,
+                                   Contiguous_bytes bytes, uint64 unit) const {
+  status.clear();
+  uint64 n = 0;
+  read_lock();
+  try {
+    for (;;) {
+      if (position < 0) {
+        status = NYM_S_READ_FAILED;
+        break;
+      }
+      uint64 end = 0;
+      const auto* start = static_cast<const unsigned char*>(bytes(*this, end));
+      const auto at = static_cast<uint64>(position);
+      if (at < end) {
+        n = std::min(count - count % unit, end - at);
+        std::memcpy(data, start + at, static_cast<std::size_t>(n));
+        position += static_cast<int64>(n);
+        break;
+      }
+      if (!wait || !has_writer()) {
+        status = NYM_S_END_OF_DATA;
+        break;
+      }
+      this->wait();
+    }
+  } catch (...) {
+    read_unlock();
+    throw;
+  }
+  read_unlock();
+  return n;
 }
 
 void Nym_buffer::check_write_count(uint64 count) {

@@ -12,34 +12,13 @@ Nym_string_buffer::Nym_string_buffer(Nstring& text, bool no_limit) : m_string(te
 Nym_string_buffer::~Nym_string_buffer() = default;
 
 uint64 Nym_string_buffer::read(bool wait, int64& position, uint64 count, void* data, Nym_status& status) const {
-  status.clear();
-  uint64 n = 0;
-  read_lock();
-  try {
-    for (;;) {
-      if (position < 0) {
-        status = NYM_S_READ_FAILED;
-        break;
-      }
-      const auto end = static_cast<uint64>(m_string.size());
-      if (static_cast<uint64>(position) < end) {
-        n = std::min(count, end - static_cast<uint64>(position));
-        std::memcpy(data, m_string.data() + position, n);
-        position += static_cast<int64>(n);
-        break;
-      }
-      if (!wait || !has_writer()) {
-        status = NYM_S_END_OF_DATA;
-        break;
-      }
-      this->wait();
-    }
-  } catch (...) {
-    read_unlock();
-    throw;
-  }
-  read_unlock();
-  return n;
+  return read_contiguous(wait, position, count, data, status, string_bytes, 1);
+}
+
+const void* Nym_string_buffer::string_bytes(const Nym_buffer& store, uint64& size) {
+  const Nstring& text = static_cast<const Nym_string_buffer&>(store).m_string;
+  size = text.size();
+  return text.data();
 }
 
 void Nym_string_buffer::write(int64& position, uint64 count, const void* data, Nym_status& status) {

@@ -27,34 +27,13 @@ uint64 Nym_wstring_buffer::read(bool wait, int64& position, uint64 count, void* 
   if (odd(position)) {
     throw std::invalid_argument("Nym_wstring_buffer::read - position must be divisible by sizeof(Wchar)");
   }
-  uint64 n = 0;
-  read_lock();
-  try {
-    for (;;) {
-      if (position < 0) {
-        status = NYM_S_READ_FAILED;
-        break;
-      }
-      const auto at = static_cast<uint64>(position) / UNIT;
-      const auto end = static_cast<uint64>(m_string.size());
-      if (at < end) {
-        n = std::min(count / UNIT, end - at) * UNIT;
-        std::memcpy(data, m_string.data() + at, n);
-        position += static_cast<int64>(n);
-        break;
-      }
-      if (!wait || !has_writer()) {
-        status = NYM_S_END_OF_DATA;
-        break;
-      }
-      this->wait();
-    }
-  } catch (...) {
-    read_unlock();
-    throw;
-  }
-  read_unlock();
-  return n;
+  return read_contiguous(wait, position, count, data, status, string_bytes, UNIT);
+}
+
+const void* Nym_wstring_buffer::string_bytes(const Nym_buffer& store, uint64& size) {
+  const Wstring& text = static_cast<const Nym_wstring_buffer&>(store).m_string;
+  size = text.size() * UNIT;
+  return text.data();
 }
 
 void Nym_wstring_buffer::write(int64& position, uint64 count, const void* data, Nym_status& status) {

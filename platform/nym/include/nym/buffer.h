@@ -114,6 +114,15 @@ class NYM_API Nym_buffer {
   static void seek_within(Nym_seek_mode mode, int64 offset, int64& position, int64 end, Nym_status& status);
   // Raises std::out_of_range for a count above 0x7FFFFFFFFFFFFFFF.
   static void check_write_count(uint64 count);
+  // Where a store's bytes lie now: their start, and their length in `size`. Asked again after
+  // every sleep, as a writer may have moved or grown them.
+  using Contiguous_bytes = const void* (*)(const Nym_buffer& store, uint64& size);
+  // The read of a store whose bytes lie contiguous in memory (the string stores): under the
+  // read lock, copies from `position` up to `count` bytes rounded down to `unit`; at the end it
+  // sleeps while a writer is connected (with `wait`) and looks again. A negative position gives
+  // NYM_S_READ_FAILED, the end without a writer NYM_S_END_OF_DATA.
+  uint64 read_contiguous(bool wait, int64& position, uint64 count, void* data, Nym_status& status,
+                         Contiguous_bytes bytes, uint64 unit) const;
   // The protected operations of another store, for stores built on stores (a window, a chain).
   static uint64 read_of(const Nym_buffer& other, bool wait, int64& position, uint64 count, void* data,
                         Nym_status& status) {

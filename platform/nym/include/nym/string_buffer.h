@@ -36,6 +36,7 @@ class NYM_API Nym_string_buffer : public Nym_buffer {
   void truncate(int64 size, Nym_status& status) override;
 
  private:
+  static const void* string_bytes(const Nym_buffer& store, uint64& size);
   Nstring& m_string;
   bool m_no_limit;
 };

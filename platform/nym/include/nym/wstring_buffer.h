@@ -31,6 +31,7 @@ class NYM_API Nym_wstring_buffer : public Nym_buffer {
   void truncate(int64 size, Nym_status& status) override;
 
  private:
+  static const void* string_bytes(const Nym_buffer& store, uint64& size);
   Wstring& m_string;
 };
 
