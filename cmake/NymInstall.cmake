@@ -1,5 +1,6 @@
-# `cmake --install` lays out include/nym, lib (import library), bin (nym2208.dll and the
-# dependency DLLs) and a CMake package: find_package(nym2208) gives nym2208::nym2208.
+# `cmake --install` lays out include/nym, lib (import library), bin (nym2208.dll, nymres2208.dll
+# and the dependency DLLs) and a CMake package: find_package(nym2208) gives nym2208::nym2208
+# and nym_add_message_dll.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS nym2208 EXPORT nym2208Targets
@@ -13,6 +14,9 @@ endif()
 if(TARGET nym)
   install(TARGETS nym RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
+# The words for the library's own codes, and the function that builds message files.
+install(FILES $<TARGET_PROPERTY:nymres,NYM_MESSAGE_DLL_FILE> DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES cmake/NymMessageDll.cmake DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/nym2208)
 
 install(EXPORT nym2208Targets NAMESPACE nym2208:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/nym2208)
 configure_package_config_file(cmake/nym2208Config.cmake.in ${CMAKE_BINARY_DIR}/nym2208Config.cmake

@@ -19,6 +19,9 @@ namespace nym {
 // The library's facility field; its codes run 0xC2000001 upward.
 constexpr unsigned int NYM_FACILITY = 0x02000000u;
 
+// An allocation failed; reported by every layer, so named here at the bottom.
+constexpr unsigned int NYM_S_NO_MEMORY = 0xC2000001u;
+
 class NYM_API Nym_status {
  public:
   // Owned clones of a status's arguments: one fixed allocation of eight slots.
