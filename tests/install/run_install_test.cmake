@@ -13,8 +13,8 @@ set(consumer_build ${NYM_WORK_DIR}/consumer)
 file(REMOVE_RECURSE ${NYM_WORK_DIR})
 
 run_step(${CMAKE_COMMAND} --install ${NYM_BUILD_DIR} --prefix ${prefix})
-foreach(expected include/nym/nym.h lib/libnym2208.dll.a bin/nym2208.dll bin/icuuc72.dll bin/icudt72.dll
-                 lib/cmake/nym2208/nym2208Config.cmake)
+foreach(expected include/nym/nym.h lib/libnym2208.dll.a bin/nym2208.dll bin/nymres2208.dll bin/icuuc72.dll
+                 bin/icudt72.dll lib/cmake/nym2208/nym2208Config.cmake lib/cmake/nym2208/NymMessageDll.cmake)
   if(NOT EXISTS ${prefix}/${expected})
     message(FATAL_ERROR "the installed package lacks ${expected}")
   endif()
@@ -24,7 +24,7 @@ run_step(${CMAKE_COMMAND} -S ${NYM_CONSUMER_DIR} -B ${consumer_build} -G Ninja
   -DCMAKE_TOOLCHAIN_FILE=${NYM_TOOLCHAIN} -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_FIND_ROOT_PATH=${prefix} -DCMAKE_BUILD_TYPE=Release)
 run_step(${CMAKE_COMMAND} --build ${consumer_build})
 
-# What a user ships: the installed DLLs beside the program.
+# What a user ships: the installed DLLs beside the program (its own message file is there).
 file(GLOB dlls ${prefix}/bin/*.dll)
 file(COPY ${dlls} DESTINATION ${consumer_build})
 run_step(${NYM_WINE_RUN} ${consumer_build}/consumer.exe)

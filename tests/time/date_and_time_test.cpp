@@ -162,10 +162,10 @@ TEST(DateAndTimeTest, TheRangeIsCheckedWhereTheDateIsAsked) {
   EXPECT_EQ(text(past_max, u"%Y-%m-%d %H:%M:%S"), "2000-01-01 00:00:00");
 
   const Nym_date_and_time low = Nym_date_and_time::min_date_and_time();
-  EXPECT_EQ(low.date().julian_day(), Nym_date::MIN_JULIAN_DAY);
+  EXPECT_EQ(low.date().julian_day(), int{Nym_date::MIN_JULIAN_DAY});
   EXPECT_EQ(low.time(), Nym_time());
   const Nym_date_and_time high = Nym_date_and_time::max_date_and_time();
-  EXPECT_EQ(high.date().julian_day(), Nym_date::MAX_JULIAN_DAY);
+  EXPECT_EQ(high.date().julian_day(), int{Nym_date::MAX_JULIAN_DAY});
   EXPECT_EQ(high.time(), Nym_time::max_time());
   EXPECT_EQ(what_of([&] { (low - P(0, -1)).date(); }), "(nothing raised)");
   EXPECT_EQ(what_of([&] { (low - P(1, 0)).date(); }), BAD_DAY);

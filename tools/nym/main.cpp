@@ -11,12 +11,13 @@ const nym_tool::Command COMMANDS[] = {
     {"convert", "nym convert --to utf8|utf16 FILE [-o OUT]",
      "convert a text file to UTF-8 or UTF-16 (source detected, or --from utf8|utf16le|utf16be)",
      nym_tool::run_convert},
-    {"date", "nym date [JDN|YYYY-MM-DD]",
-     "today's Julian day, weekday and local zone, or convert a Julian day or a date", nym_tool::run_date},
+    {"date", "nym date [JDN|YYYY-MM-DD|--zone NAME]",
+     "today's Julian day, weekday and local zone, convert a Julian day or a date, or now in a zone",
+     nym_tool::run_date},
     {"detect", "nym detect [--tolerance N] FILE", "tell whether a file is UTF-8 or UTF-16, its byte order and mark",
      nym_tool::run_detect},
     {"status", "nym status CODE [ARG...]",
-     "show a status code: normalised value, HRESULT, severity, facility and text", nym_tool::run_status},
+     "show a status code: normalised value, HRESULT, severity, facility and its words", nym_tool::run_status},
 };
 
 void print_help() {

@@ -34,8 +34,11 @@ void free_message_file(void* module) noexcept { FreeLibrary(static_cast<HMODULE>
 
 bool format_message_text(void* module, unsigned int code, const Wstring* inserts, Wstring& text) {
   text.clear();
-  const wchar_t* slots[ARGUMENT_SLOTS];
-  for (int i = 0; i < ARGUMENT_SLOTS; ++i) slots[i] = i < MESSAGE_INSERTS ? win32_wide(inserts[i]) : L"";
+  // With FORMAT_MESSAGE_ARGUMENT_ARRAY the arguments are an array of DWORD_PTR.
+  DWORD_PTR slots[ARGUMENT_SLOTS];
+  for (int i = 0; i < ARGUMENT_SLOTS; ++i) {
+    slots[i] = reinterpret_cast<DWORD_PTR>(i < MESSAGE_INSERTS ? win32_wide(inserts[i]) : L"");
+  }
   DWORD flags = FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_ARGUMENT_ARRAY;
   if (module != nullptr) flags |= FORMAT_MESSAGE_FROM_HMODULE;
   Local_text buffer;
