@@ -47,7 +47,8 @@ TEST(MessagesTest, WithoutAFileTheTextIsMechanical) {
       {Nym_status(0x42FF0003u, Nym_int_status_arg(-5), Nym_bool_status_arg(true)), u"Information 0x42ff0003, -5, true"},
       {Nym_status(0x02FF0004u, Nym_null_status_arg()), u"Success 0x2ff0004, "},
       // An argument that raises gets a fixed text; the others still come.
-      {Nym_status(UNKNOWN_ERROR, Nym_date_and_time_status_arg(out_of_range()), a), u"Error 0xc2ff0001, (unprintable argument), a"},
+      {Nym_status(UNKNOWN_ERROR, Nym_date_and_time_status_arg(out_of_range()), a),
+       u"Error 0xc2ff0001, (unprintable argument), a"},
       // The severity word follows the normalised code, the number is the code as given.
       {Nym_status(0u, a), system_or(0, u"Success 0, a")},
       {Nym_status(5u), system_or(5, u"Error 0x5")},
@@ -78,7 +79,8 @@ TEST(MessagesTest, AFileThatDoesNotLoadIsNeverListed) {
   Nym_status status(0xC2FF0009u);
   list.add(Wstring(u"no_such_family_file.dll"), status);
   EXPECT_EQ(status, NYM_S_MESSAGE_FILE_LOAD_FAILED);
-  EXPECT_TRUE(status.num_args() == 1 && *status.begin()[0] == Nym_wstring_status_arg(Wstring(u"no_such_family_file.dll")));
+  const Nym_wstring_status_arg name(Wstring(u"no_such_family_file.dll"));
+  EXPECT_TRUE(status.num_args() == 1 && *status.begin()[0] == name);
   EXPECT_TRUE(status.has_child() && status.child()->is_error());  // the system's reason
   EXPECT_EQ(list.begin(), list.end());
   // A file built by hand answers nothing, not even from the system's table.

@@ -92,7 +92,8 @@ int run_date(const Words& words) {
   if (words.size() == 2 && words[0] == "--zone") {
     const nym::Nym_time_zone zone = nym::Nym_time_zone::find(words[1].c_str());
     if (zone.identifier() == nym::Nym_time_zone::NO_ZONE) {
-      std::fprintf(stderr, "nym date: no zone '%s' in the table (names such as GMT, EST, CET, NST)\n", words[1].c_str());
+      std::fprintf(stderr, "nym date: no zone '%s' in the table (names such as GMT, EST, CET, NST)\n",
+                   words[1].c_str());
       return 2;
     }
     print_moment(zone);

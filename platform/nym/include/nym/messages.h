@@ -28,8 +28,8 @@
 
 namespace nym {
 
-constexpr unsigned int NYM_S_MESSAGE_FILE_LOAD_FAILED = 0xC2000002u;     // arg: the file name; the system's reason below
-constexpr unsigned int NYM_S_MESSAGE_FILE_ALREADY_LOADED = 0x82000003u;  // warning; arg: the file name
+constexpr unsigned int NYM_S_MESSAGE_FILE_LOAD_FAILED = 0xC2000002u;     // arg: the file name
+constexpr unsigned int NYM_S_MESSAGE_FILE_ALREADY_LOADED = 0x82000003u;  // a warning; arg: the file name
 
 // The standard families, in their order of loading.
 extern NYM_API const Nstring NYM_VORN_STATUS_FILE_NAME;
