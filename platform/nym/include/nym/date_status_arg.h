@@ -15,6 +15,7 @@
 
 namespace nym {
 
+// A time of day.
 class NYM_API Nym_time_status_arg : public Nym_status_arg {
  public:
   explicit Nym_time_status_arg(const Nym_time& value) : m_value(value) {}
@@ -36,6 +37,7 @@ class NYM_API Nym_time_status_arg : public Nym_status_arg {
   Nym_time m_value;
 };
 
+// A calendar date.
 class NYM_API Nym_date_status_arg : public Nym_status_arg {
  public:
   explicit Nym_date_status_arg(const Nym_date& value) : m_value(value) {}
@@ -57,6 +59,7 @@ class NYM_API Nym_date_status_arg : public Nym_status_arg {
   Nym_date m_value;
 };
 
+// A date and time with its zone.
 class NYM_API Nym_date_and_time_status_arg : public Nym_status_arg {
  public:
   explicit Nym_date_and_time_status_arg(const Nym_date_and_time& value) : m_value(value) {}
