@@ -1,7 +1,9 @@
 #include <windows.h>
 
+#include <cstring>
 #include <new>
 #include <stdexcept>
+#include <vector>
 
 #include "nym/acl.h"
 #include "nym/exception.h"
@@ -47,6 +49,24 @@ Nym_access_modes mode_of(unsigned char type) {
   return type <= SYSTEM_AUDIT_ACE_TYPE ? static_cast<Nym_access_modes>(type) : NYM_ACCESS_OTHER;
 }
 
+// The entries of a list in order, each found to lie wholly inside the list; false when one
+// doesn't. Walking in place costs one pass, where GetAce walks from the first entry per index.
+bool entries_of(const _ACL* list, std::vector<ACE_HEADER*>& out) {
+  out.clear();
+  if (list == nullptr) return true;
+  auto* at = reinterpret_cast<unsigned char*>(const_cast<_ACL*>(list)) + sizeof(ACL);
+  const auto* end = reinterpret_cast<const unsigned char*>(list) + list->AclSize;
+  out.reserve(list->AceCount);
+  for (unsigned int i = 0; i < list->AceCount; ++i) {
+    if (end - at < static_cast<std::ptrdiff_t>(sizeof(ACE_HEADER))) return false;
+    auto* header = reinterpret_cast<ACE_HEADER*>(at);
+    if (header->AceSize < sizeof(ACE_HEADER) || end - at < header->AceSize) return false;
+    out.push_back(header);
+    at += header->AceSize;
+  }
+  return true;
+}
+
 // The system's code of the last failed call, then ours on top.
 void report(Nym_status& status, unsigned int code) {
   status = GetLastError();
@@ -86,6 +106,15 @@ Nym_acl::Nym_acl(const Nym_security_id& sid, unsigned int rights, unsigned char 
 }
 
 Nym_acl::~Nym_acl() { delete_list(m_acl); }
+
+Nym_acl& Nym_acl::operator=(Nym_acl&& other) noexcept {
+  if (this != &other) {
+    delete_list(m_acl);
+    m_acl = other.m_acl;
+    other.m_acl = nullptr;
+  }
+  return *this;
+}
 
 void Nym_acl::erase(Nym_status& status) {
   status.clear();
@@ -146,15 +175,31 @@ _SID* Nym_acl::get_ace_sid(const void* ace) {
 }
 
 bool Nym_acl::copy_aces(const _ACL* source, _ACL* target, Nym_status& status) {
-  const unsigned int count = get_ace_count(source);
-  for (unsigned int i = 0; i < count; ++i) {
-    void* ace = nullptr;
-    if (!GetAce(const_cast<_ACL*>(source), i, &ace) ||
-        !AddAce(target, ACL_REVISION, MAXDWORD, ace, static_cast<ACE_HEADER*>(ace)->AceSize)) {
-      report(status, NYM_S_ACE_READ_FAILED);
-      return false;
-    }
+  std::vector<ACE_HEADER*> from;
+  if (!entries_of(source, from)) {
+    report_bad_entry(status);
+    return false;
   }
+  if (from.empty()) return true;
+  // The entries lie back to back: one copy behind the target's own, then the count.
+  std::vector<ACE_HEADER*> present;
+  if (!entries_of(target, present)) {
+    report_bad_entry(status);
+    return false;
+  }
+  auto* free_space = reinterpret_cast<unsigned char*>(target) + sizeof(ACL);
+  if (!present.empty()) free_space = reinterpret_cast<unsigned char*>(present.back()) + present.back()->AceSize;
+  const auto* first = reinterpret_cast<const unsigned char*>(from.front());
+  const std::size_t bytes = reinterpret_cast<const unsigned char*>(from.back()) + from.back()->AceSize - first;
+  if (free_space + bytes > reinterpret_cast<unsigned char*>(target) + target->AclSize ||
+      present.size() + from.size() > 0xFFFF) {
+    status = ERROR_ALLOTTED_SPACE_EXCEEDED;
+    status.push(NYM_S_ACE_READ_FAILED);
+    return false;
+  }
+  std::memcpy(free_space, first, bytes);
+  target->AceCount = static_cast<WORD>(present.size() + from.size());
+  if (source->AclRevision > target->AclRevision) target->AclRevision = source->AclRevision;
   return true;
 }
 
@@ -184,18 +229,16 @@ void Nym_acl::set_sid_rights(_SID* sid, unsigned char type, unsigned int rights,
   // repeated audit widen its entry instead of adding one more each time.
   const bool deny = type == ACCESS_DENIED_ACE_TYPE;
   const unsigned char stored = deny ? ACCESS_DENIED_ACE_TYPE : ACCESS_ALLOWED_ACE_TYPE;
-  const unsigned int count = get_ace_count(m_acl);
-  for (unsigned int i = 0; i < count; ++i) {
-    void* ace = nullptr;
-    if (!GetAce(m_acl, i, &ace)) {
-      report(status, NYM_S_ACE_READ_FAILED);
-      return;
-    }
-    auto* header = static_cast<ACE_HEADER*>(ace);
+  std::vector<ACE_HEADER*> present;
+  if (!entries_of(m_acl, present)) {
+    report_bad_entry(status);
+    return;
+  }
+  for (ACE_HEADER* header : present) {
     if (header->AceType != stored || header->AceFlags != flags) continue;
-    _SID* present = get_ace_sid(ace);
-    if (present != nullptr && EqualSid(present, sid)) {
-      static_cast<ACCESS_ALLOWED_ACE*>(ace)->Mask |= rights;
+    _SID* held = get_ace_sid(header);
+    if (held != nullptr && EqualSid(held, sid)) {
+      reinterpret_cast<ACCESS_ALLOWED_ACE*>(header)->Mask |= rights;
       return;
     }
   }
@@ -208,25 +251,21 @@ void Nym_acl::set_sid_rights(_SID* sid, unsigned char type, unsigned int rights,
     return;
   }
   _ACL* list = new_list(size);
-  unsigned int position = 0;
   if (!InitializeAcl(list, size, ACL_REVISION)) {
     report(status, NYM_S_ACL_INIT_FAILED);
   } else if (deny && !AddAccessDeniedAce(list, ACL_REVISION, rights, sid)) {
     report(status, NYM_S_ACE_ADD_FAILED);
-  } else if (copy_aces(m_acl, list, status) && !deny) {
-    if (!AddAccessAllowedAce(list, ACL_REVISION, rights, sid)) {
-      report(status, NYM_S_ACE_ADD_FAILED);
-    } else {
-      position = get_ace_count(list) - 1;
-    }
+  } else if (copy_aces(m_acl, list, status) && !deny && !AddAccessAllowedAce(list, ACL_REVISION, rights, sid)) {
+    report(status, NYM_S_ACE_ADD_FAILED);
   }
   if (status.ok()) {
-    void* ace = nullptr;
-    if (GetAce(list, position, &ace)) {
-      auto* header = static_cast<ACE_HEADER*>(ace);
-      header->AceFlags = static_cast<unsigned char>((header->AceFlags & 0xE0) | flags);
+    // The new entry stands first (a denial) or last.
+    std::vector<ACE_HEADER*> now;
+    if (entries_of(list, now) && !now.empty()) {
+      ACE_HEADER* added = deny ? now.front() : now.back();
+      added->AceFlags = static_cast<unsigned char>((added->AceFlags & 0xE0) | flags);
     } else {
-      report(status, NYM_S_ACE_READ_FAILED);
+      report_bad_entry(status);
     }
   }
   if (status.ok()) {
@@ -240,7 +279,7 @@ void Nym_acl::set_sid_rights(_SID* sid, unsigned char type, unsigned int rights,
 void Nym_acl::get_rights(const Nym_security_id& sid, unsigned int& rights, Nym_status& status) const {
   status.clear();
   if (m_acl == nullptr) {
-    rights = ALL_RIGHTS;
+    rights = NYM_ACL_ALL_RIGHTS;
     return;
   }
   rights = 0;
@@ -249,21 +288,19 @@ void Nym_acl::get_rights(const Nym_security_id& sid, unsigned int& rights, Nym_s
   // Without all of the trustee's groups a denial may be missed: no answer rather than a wrong one.
   if (status.is_error()) return;
   ids.push_back(sid);
+  std::vector<ACE_HEADER*> present;
+  if (!entries_of(m_acl, present)) {
+    report_bad_entry(status);
+    return;
+  }
   unsigned int allowed = 0;
   unsigned int denied = 0;
-  const unsigned int count = get_ace_count(m_acl);
-  for (unsigned int i = 0; i < count; ++i) {
-    void* ace = nullptr;
-    if (!GetAce(m_acl, i, &ace)) {
-      report(status, NYM_S_ACE_READ_FAILED);
-      return;
-    }
-    const unsigned char type = static_cast<ACE_HEADER*>(ace)->AceType;
-    const bool deny = is_deny_ace(type);
-    if (type != ACCESS_ALLOWED_ACE_TYPE && !deny) continue;
-    _SID* entry = get_ace_sid(ace);
+  for (ACE_HEADER* header : present) {
+    const bool deny = is_deny_ace(header->AceType);
+    if (header->AceType != ACCESS_ALLOWED_ACE_TYPE && !deny) continue;
+    _SID* entry = get_ace_sid(header);
     unsigned int mask = 0;
-    if (entry == nullptr || !get_ace_mask(ace, mask)) {
+    if (entry == nullptr || !get_ace_mask(header, mask)) {
       report_bad_entry(status);
       return;
     }
@@ -295,48 +332,36 @@ void Nym_acl::merge(const Nym_acl& other, Nym_status& status) {
   }
   // Only what set_rights can express is merged, and a refused merge changes nothing: an
   // object-specific or conditional entry turned into a plain one would grant or deny too much.
-  const unsigned int count = get_ace_count(other.m_acl);
-  for (unsigned int i = 0; i < count; ++i) {
-    void* ace = nullptr;
-    if (!GetAce(other.m_acl, i, &ace)) {
-      report(status, NYM_S_ACE_READ_FAILED);
-      return;
-    }
-    if (static_cast<ACE_HEADER*>(ace)->AceType > SYSTEM_AUDIT_ACE_TYPE || get_ace_sid(ace) == nullptr) {
-      report_bad_entry(status);
-      return;
-    }
+  std::vector<ACE_HEADER*> theirs;
+  bool readable = entries_of(other.m_acl, theirs);
+  for (std::size_t i = 0; readable && i < theirs.size(); ++i) {
+    readable = theirs[i]->AceType <= SYSTEM_AUDIT_ACE_TYPE && get_ace_sid(theirs[i]) != nullptr;
   }
-  for (unsigned int i = 0; i < count && status.ok(); ++i) {
-    void* ace = nullptr;
-    if (!GetAce(other.m_acl, i, &ace)) {
-      report(status, NYM_S_ACE_READ_FAILED);
-      return;
-    }
-    const auto* header = static_cast<ACE_HEADER*>(ace);
-    set_sid_rights(get_ace_sid(ace), header->AceType, static_cast<ACCESS_ALLOWED_ACE*>(ace)->Mask, header->AceFlags,
-                   status);
+  if (!readable) {
+    report_bad_entry(status);
+    return;
+  }
+  for (std::size_t i = 0; i < theirs.size() && status.ok(); ++i) {
+    const ACE_HEADER* header = theirs[i];
+    set_sid_rights(get_ace_sid(header), header->AceType, reinterpret_cast<const ACCESS_ALLOWED_ACE*>(header)->Mask,
+                   header->AceFlags, status);
   }
 }
 
 bool Nym_acl::standard_rights_equal(const Nym_acl& other) const {
   // A null list opens everything and an empty one nothing: they never count as equal.
   if ((m_acl == nullptr) != (other.m_acl == nullptr)) return false;
-  const unsigned int count = get_ace_count(m_acl);
-  if (count != get_ace_count(other.m_acl)) return false;
-  for (unsigned int i = 0; i < count; ++i) {
-    void* mine = nullptr;
-    void* theirs = nullptr;
-    if (!GetAce(m_acl, i, &mine) || !GetAce(other.m_acl, i, &theirs)) return false;
-    const auto* a = static_cast<ACE_HEADER*>(mine);
-    const auto* b = static_cast<ACE_HEADER*>(theirs);
-    _SID* sid_a = get_ace_sid(mine);
-    _SID* sid_b = get_ace_sid(theirs);
+  std::vector<ACE_HEADER*> mine;
+  std::vector<ACE_HEADER*> theirs;
+  if (!entries_of(m_acl, mine) || !entries_of(other.m_acl, theirs) || mine.size() != theirs.size()) return false;
+  for (std::size_t i = 0; i < mine.size(); ++i) {
+    const ACE_HEADER* a = mine[i];
+    const ACE_HEADER* b = theirs[i];
+    _SID* sid_a = get_ace_sid(a);
+    _SID* sid_b = get_ace_sid(b);
     unsigned int mask_a = 0;
     unsigned int mask_b = 0;
-    if (sid_a == nullptr || sid_b == nullptr || !get_ace_mask(mine, mask_a) || !get_ace_mask(theirs, mask_b)) {
-      return false;
-    }
+    if (sid_a == nullptr || sid_b == nullptr || !get_ace_mask(a, mask_a) || !get_ace_mask(b, mask_b)) return false;
     if (!EqualSid(sid_a, sid_b) || a->AceType != b->AceType || ((a->AceFlags ^ b->AceFlags) & 31) != 0 ||
         ((mask_a ^ mask_b) & STANDARD_RIGHTS_MASK) != 0) {
       return false;
@@ -352,22 +377,18 @@ void Nym_acl::get_entry(unsigned int index, Nym_security_id& sid, Nym_access_mod
     status = NYM_S_ACE_INDEX_PAST_END;
     return;
   }
-  void* ace = nullptr;
-  if (!GetAce(m_acl, index, &ace)) {
-    report(status, NYM_S_ACE_READ_FAILED);
-    return;
-  }
-  _SID* entry = get_ace_sid(ace);
+  std::vector<ACE_HEADER*> present;
+  _SID* entry = nullptr;
   unsigned int mask = 0;
-  if (entry == nullptr || !get_ace_mask(ace, mask)) {
+  if (!entries_of(m_acl, present) || (entry = get_ace_sid(present[index])) == nullptr ||
+      !get_ace_mask(present[index], mask)) {
     report_bad_entry(status);
     return;
   }
-  const auto* header = static_cast<ACE_HEADER*>(ace);
   sid = Nym_security_id(entry);
-  mode = mode_of(header->AceType);
+  mode = mode_of(present[index]->AceType);
   rights = mask;
-  flags = static_cast<unsigned char>(header->AceFlags & 31);
+  flags = static_cast<unsigned char>(present[index]->AceFlags & 31);
 }
 
 void Nym_acl::get_entry_count(unsigned int& count, Nym_status& status) const {

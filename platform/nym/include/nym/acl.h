@@ -45,11 +45,11 @@ enum Nym_access_modes {
   NYM_ACCESS_OTHER = 3,
 };
 
+// All four generic rights: what a null list gives anybody.
+constexpr unsigned int NYM_ACL_ALL_RIGHTS = 0xF0000000u;
+
 class NYM_API Nym_acl {
  public:
-  // All four generic rights: what a null list gives anybody.
-  static constexpr unsigned int ALL_RIGHTS = 0xF0000000u;
-
   // An empty list. Failure raises Nym_sys_call_fail "::InitializeAcl".
   Nym_acl();
   Nym_acl(const Nym_acl& other, Nym_status& status);
@@ -59,6 +59,9 @@ class NYM_API Nym_acl {
   Nym_acl(const Nym_security_id& sid, unsigned int rights, unsigned char flags, Nym_status& status);
   Nym_acl(const Nym_acl&) = delete;
   Nym_acl& operator=(const Nym_acl&) = delete;
+  // The list moves; the source is left with a null list.
+  Nym_acl(Nym_acl&& other) noexcept : m_acl(other.m_acl) { other.m_acl = nullptr; }
+  Nym_acl& operator=(Nym_acl&& other) noexcept;
   ~Nym_acl();
 
   // An empty list in place of the present one.
@@ -72,8 +75,8 @@ class NYM_API Nym_acl {
   // to Nym_acl::map_access_mode()".
   void set_rights(const Nym_security_id& sid, Nym_access_modes mode, unsigned int rights, unsigned char flags,
                   Nym_status& status);
-  // The trustee's effective rights, its groups included. A null list gives ALL_RIGHTS with no
-  // look-up. When the groups could not be listed, the error comes back and `rights` is 0.
+  // The trustee's effective rights, its groups included. A null list gives NYM_ACL_ALL_RIGHTS with
+  // no look-up. When the groups could not be listed, the error comes back and `rights` is 0.
   void get_rights(const Nym_security_id& sid, unsigned int& rights, Nym_status& status) const;
   // True when get_rights had no error and all bits of `wanted` are held; the rights found go to
   // *actual if it isn't null, error or not.
