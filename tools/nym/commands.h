@@ -17,9 +17,11 @@ struct Command {
   int (*run)(const Words& words);
 };
 
+int run_acl(const Words& words);
 int run_convert(const Words& words);
 int run_date(const Words& words);
 int run_detect(const Words& words);
+int run_sid(const Words& words);
 int run_status(const Words& words);
 
 }  // namespace nym_tool
