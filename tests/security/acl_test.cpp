@@ -72,8 +72,8 @@ std::vector<unsigned char> foreign_list(unsigned char type, const Nym_security_i
 
 // The system's own decision for the current user on the library's descriptor.
 DWORD granted_by_system(Nym_security& security, DWORD desired) {
-  auto* descriptor = static_cast<SECURITY_ATTRIBUTES*>(static_cast<void*>(security.security_attributes(false)))
-                         ->lpSecurityDescriptor;
+  auto* descriptor =
+      static_cast<SECURITY_ATTRIBUTES*>(static_cast<void*>(security.security_attributes(false)))->lpSecurityDescriptor;
   const Nym_security_id user(NYM_TRUSTEE_CURRENT_PROCESS_USER);
   SetSecurityDescriptorOwner(descriptor, static_cast<_SID*>(user), FALSE);
   SetSecurityDescriptorGroup(descriptor, static_cast<_SID*>(user), FALSE);
@@ -98,12 +98,12 @@ DWORD granted_by_system(Nym_security& security, DWORD desired) {
 TEST(AclTest, EntriesWidenByKindAndFlagsAndKeepDeniesInFront) {
   Nym_acl acl;
   set(acl, A, NYM_ACCESS_ALLOW, 0x1);
-  set(acl, A, NYM_ACCESS_ALLOW, 0x2);         // widens
-  set(acl, A, NYM_ACCESS_ALLOW, 0x4, 0x13);   // other flags: a second entry
-  set(acl, B, NYM_ACCESS_DENY, 0x8);          // in front
-  set(acl, C, NYM_ACCESS_ALLOW, 0x10);        // behind
-  set(acl, C, NYM_ACCESS_DENY, 0x20);         // newest denial first
-  set(acl, B, NYM_ACCESS_DENY, 0x40);         // widens the older denial in place
+  set(acl, A, NYM_ACCESS_ALLOW, 0x2);        // widens
+  set(acl, A, NYM_ACCESS_ALLOW, 0x4, 0x13);  // other flags: a second entry
+  set(acl, B, NYM_ACCESS_DENY, 0x8);         // in front
+  set(acl, C, NYM_ACCESS_ALLOW, 0x10);       // behind
+  set(acl, C, NYM_ACCESS_DENY, 0x20);        // newest denial first
+  set(acl, B, NYM_ACCESS_DENY, 0x40);        // widens the older denial in place
   const std::vector<std::string> expected = {"1 " + std::string("S-1-5-32-549") + " 20 0", "1 S-1-5-32-550 48 0",
                                              "0 S-1-5-32-551 3 0", "0 S-1-5-32-551 4 13", "0 S-1-5-32-549 10 0"};
   EXPECT_EQ(entries(acl), expected);
@@ -129,8 +129,8 @@ TEST(AclTest, RepeatedAuditAndMergesDoNotGrowTheList) {
     target.merge(target, status);
     ASSERT_TRUE(status.ok());
   }
-  EXPECT_EQ(entries(target), (std::vector<std::string>{"1 S-1-5-32-550 100 0", "0 S-1-5-32-549 1 0",
-                                                       "0 S-1-5-32-551 ff 0"}));
+  EXPECT_EQ(entries(target),
+            (std::vector<std::string>{"1 S-1-5-32-550 100 0", "0 S-1-5-32-549 1 0", "0 S-1-5-32-551 ff 0"}));
 }
 
 TEST(AclTest, EntryReadingAndItsLimits) {

@@ -39,8 +39,8 @@ class Fake_accounts : public nym::impl::Account_database {
     last_local_server = server;
     return give(local, names, total);
   }
-  unsigned int global_groups(const nym::Wstring& server, const nym::Wstring& account,
-                             std::vector<nym::Wstring>& names, unsigned int& total) const override {
+  unsigned int global_groups(const nym::Wstring& server, const nym::Wstring& account, std::vector<nym::Wstring>& names,
+                             unsigned int& total) const override {
     ++global_calls;
     last_global_account = account;
     last_global_server = server;

@@ -26,9 +26,9 @@ TEST(SecurityIdTest, IsSidAcceptsOnlyUpperSAndDigitParts) {
     const char16_t* text;
     bool sid;
   } const cases[] = {
-      {u"S-1-5-18", true},    {u"S-1-5-32-544", true}, {u"s-1-5-18", false}, {u"S-1-5", false},
-      {u"S-1-5-1x", false},   {u"S-1-A-18", false},    {u"SS-1-5-18", false}, {u"", false},
-      {u"Everyone", false},   {u"S-1-5-\"18\"", false},
+      {u"S-1-5-18", true},  {u"S-1-5-32-544", true},  {u"s-1-5-18", false},  {u"S-1-5", false},
+      {u"S-1-5-1x", false}, {u"S-1-A-18", false},     {u"SS-1-5-18", false}, {u"", false},
+      {u"Everyone", false}, {u"S-1-5-\"18\"", false},
   };
   for (const Case& c : cases) EXPECT_EQ(Nym_security_id::is_sid(c.text), c.sid) << narrow(c.text);
 }
@@ -114,9 +114,15 @@ TEST(SecurityIdTest, MutatedSidTextsNeverCrash) {
       const std::size_t at = text.empty() ? 0 : random() % text.size();
       const Wchar c = alphabet[random() % (sizeof alphabet / sizeof alphabet[0] - 1)];
       switch (random() % 3) {
-        case 0: text.insert(at, 1, c); break;
-        case 1: if (!text.empty()) text.erase(at, 1); break;
-        default: if (!text.empty()) text[at] = c; break;
+        case 0:
+          text.insert(at, 1, c);
+          break;
+        case 1:
+          if (!text.empty()) text.erase(at, 1);
+          break;
+        default:
+          if (!text.empty()) text[at] = c;
+          break;
       }
     }
     const Nym_security_id id(text);

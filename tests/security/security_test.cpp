@@ -60,7 +60,8 @@ class Test_key {
   Test_key() {
     path = u"Software\\nym2208-tests\\security-";
     nym_string_append(path, std::to_string(GetCurrentProcessId()).c_str());
-    EXPECT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, impl_path(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr), 0);
+    EXPECT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, impl_path(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr),
+              0);
   }
   ~Test_key() {
     RegCloseKey(key);
@@ -96,7 +97,8 @@ TEST(SecurityTest, TyingRulesAndFixedAnswers) {
   EXPECT_EQ(what_of([&] { security.get_sec_acl(status); }), "Nym_security::get_sec_acl not implemented");
   EXPECT_EQ(what_of([&] { security.set_sec_acl(Nym_acl(), status, true); }),
             "Nym_security::set_sec_acl not implemented");
-  SECURITY_ATTRIBUTES* inherit = static_cast<SECURITY_ATTRIBUTES*>(static_cast<void*>(security.security_attributes(true)));
+  SECURITY_ATTRIBUTES* inherit =
+      static_cast<SECURITY_ATTRIBUTES*>(static_cast<void*>(security.security_attributes(true)));
   EXPECT_EQ(inherit->bInheritHandle, TRUE);
   EXPECT_EQ(inherit->nLength, sizeof(SECURITY_ATTRIBUTES));
   EXPECT_EQ(attributes_of(security), inherit);

@@ -21,15 +21,24 @@ struct Named_bit {
 };
 
 const Named_bit RIGHTS[] = {
-    {GENERIC_READ, "GENERIC_READ"},   {GENERIC_WRITE, "GENERIC_WRITE"}, {GENERIC_EXECUTE, "GENERIC_EXECUTE"},
-    {GENERIC_ALL, "GENERIC_ALL"},     {MAXIMUM_ALLOWED, "MAXIMUM_ALLOWED"},
-    {ACCESS_SYSTEM_SECURITY, "ACCESS_SYSTEM_SECURITY"}, {SYNCHRONIZE, "SYNCHRONIZE"},
-    {WRITE_OWNER, "WRITE_OWNER"},     {WRITE_DAC, "WRITE_DAC"},         {READ_CONTROL, "READ_CONTROL"},
+    {GENERIC_READ, "GENERIC_READ"},
+    {GENERIC_WRITE, "GENERIC_WRITE"},
+    {GENERIC_EXECUTE, "GENERIC_EXECUTE"},
+    {GENERIC_ALL, "GENERIC_ALL"},
+    {MAXIMUM_ALLOWED, "MAXIMUM_ALLOWED"},
+    {ACCESS_SYSTEM_SECURITY, "ACCESS_SYSTEM_SECURITY"},
+    {SYNCHRONIZE, "SYNCHRONIZE"},
+    {WRITE_OWNER, "WRITE_OWNER"},
+    {WRITE_DAC, "WRITE_DAC"},
+    {READ_CONTROL, "READ_CONTROL"},
     {DELETE, "DELETE"},
 };
 
-const Named_bit FLAGS[] = {{OBJECT_INHERIT_ACE, "OI"},       {CONTAINER_INHERIT_ACE, "CI"}, {NO_PROPAGATE_INHERIT_ACE, "NP"},
-                           {INHERIT_ONLY_ACE, "IO"},         {INHERITED_ACE, "ID"}};
+const Named_bit FLAGS[] = {{OBJECT_INHERIT_ACE, "OI"},
+                           {CONTAINER_INHERIT_ACE, "CI"},
+                           {NO_PROPAGATE_INHERIT_ACE, "NP"},
+                           {INHERIT_ONLY_ACE, "IO"},
+                           {INHERITED_ACE, "ID"}};
 
 const char* const MODES[] = {"allow", "deny", "audit", "other"};
 
@@ -37,10 +46,12 @@ const char* const MODES[] = {"allow", "deny", "audit", "other"};
 const struct {
   const char* given;
   const char* object;
-} ROOTS[] = {{"HKLM", "MACHINE"},          {"HKEY_LOCAL_MACHINE", "MACHINE"}, {"HKCU", "CURRENT_USER"},
-             {"HKEY_CURRENT_USER", "CURRENT_USER"}, {"HKU", "USERS"},      {"HKEY_USERS", "USERS"},
-             {"HKCR", "CLASSES_ROOT"},     {"HKEY_CLASSES_ROOT", "CLASSES_ROOT"}, {"MACHINE", "MACHINE"},
-             {"CURRENT_USER", "CURRENT_USER"}, {"USERS", "USERS"},           {"CLASSES_ROOT", "CLASSES_ROOT"}};
+} ROOTS[] = {{"HKLM", "MACHINE"},      {"HKEY_LOCAL_MACHINE", "MACHINE"},
+             {"HKCU", "CURRENT_USER"}, {"HKEY_CURRENT_USER", "CURRENT_USER"},
+             {"HKU", "USERS"},         {"HKEY_USERS", "USERS"},
+             {"HKCR", "CLASSES_ROOT"}, {"HKEY_CLASSES_ROOT", "CLASSES_ROOT"},
+             {"MACHINE", "MACHINE"},   {"CURRENT_USER", "CURRENT_USER"},
+             {"USERS", "USERS"},       {"CLASSES_ROOT", "CLASSES_ROOT"}};
 
 // A registry key's name for the system, or empty when `text` names no key.
 std::string key_name(const std::string& text) {

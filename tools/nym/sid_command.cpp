@@ -12,8 +12,9 @@ namespace nym_tool {
 
 namespace {
 
-const char* const USE_NAMES[] = {"",        "user",         "group",   "domain", "alias",   "well-known group",
-                                 "deleted account", "invalid", "unknown", "computer", "label", "logon session"};
+const char* const USE_NAMES[] = {
+    "",        "user",    "group",    "domain", "alias",        "well-known group", "deleted account",
+    "invalid", "unknown", "computer", "label",  "logon session"};
 
 std::string utf8(const nym::Wstring& text) {
   std::string out;

@@ -216,8 +216,8 @@ _ACL* Nym_acl::copy_acl(const _ACL* source, Nym_status& status) {
   return nullptr;
 }
 
-void Nym_acl::set_rights(const Nym_security_id& sid, Nym_access_modes mode, unsigned int rights,
-                         unsigned char flags, Nym_status& status) {
+void Nym_acl::set_rights(const Nym_security_id& sid, Nym_access_modes mode, unsigned int rights, unsigned char flags,
+                         Nym_status& status) {
   const unsigned char type = map_access_mode(mode);
   set_sid_rights(sid, type, rights, flags, status);
 }

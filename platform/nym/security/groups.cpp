@@ -13,8 +13,8 @@ constexpr int SID_TYPE_USER = 1;  // SidTypeUser
 // One database answer into `status`: a user no database knows simply has no groups there; an
 // answer with fewer names than exist is an error too, for the missing ones may be the ones
 // that matter.
-void take_answer(unsigned int result, std::size_t read, unsigned int total, unsigned int failed,
-                 unsigned int truncated, Nym_status& status) {
+void take_answer(unsigned int result, std::size_t read, unsigned int total, unsigned int failed, unsigned int truncated,
+                 Nym_status& status) {
   if (result == impl::USER_NOT_FOUND) return;
   if (result != 0 && result != impl::MORE_GROUPS) {
     status = result;
@@ -34,8 +34,7 @@ void list_groups(const Nym_security_id& sid, const Wstring& server, std::vector<
     const std::size_t before = names.size();
     unsigned int total = 0;
     const unsigned int result = database.local_groups(server, account, names, total);
-    take_answer(result, names.size() - before, total, NYM_S_LOCAL_GROUPS_FAILED, NYM_S_LOCAL_GROUPS_TRUNCATED,
-                status);
+    take_answer(result, names.size() - before, total, NYM_S_LOCAL_GROUPS_FAILED, NYM_S_LOCAL_GROUPS_TRUNCATED, status);
   }
   if (!status.is_error()) {
     const std::size_t before = names.size();
@@ -48,8 +47,7 @@ void list_groups(const Nym_security_id& sid, const Wstring& server, std::vector<
 
 }  // namespace
 
-void nym_enumerate_local_groups(const Nym_security_id& sid, std::vector<Nym_security_id>& groups,
-                                Nym_status& status) {
+void nym_enumerate_local_groups(const Nym_security_id& sid, std::vector<Nym_security_id>& groups, Nym_status& status) {
   status.clear();
   std::vector<Wstring> names;
   list_groups(sid, Wstring(), names, true, status);

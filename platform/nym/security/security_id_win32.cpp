@@ -80,7 +80,10 @@ Nym_security_id& Nym_security_id::operator=(const Nym_security_id& other) {
 }
 
 Nym_security_id::Nym_security_id(Nym_security_id&& other) noexcept
-    : m_sid(other.m_sid), m_forms(other.m_forms), m_type(other.m_type), m_account(std::move(other.m_account)),
+    : m_sid(other.m_sid),
+      m_forms(other.m_forms),
+      m_type(other.m_type),
+      m_account(std::move(other.m_account)),
       m_string(std::move(other.m_string)) {
   other.m_sid = nullptr;
   other.m_forms = 0;

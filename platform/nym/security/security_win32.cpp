@@ -190,11 +190,11 @@ void Nym_security::get_security_descriptor(Nym_status& status) {
   PSECURITY_DESCRIPTOR self_relative = nullptr;
   DWORD result = 0;
   if (m_association == BY_NAME) {
-    result = GetNamedSecurityInfoW(impl::win32_wide(m_name), type, DACL_SECURITY_INFORMATION, nullptr, nullptr,
-                                   nullptr, nullptr, &self_relative);
+    result = GetNamedSecurityInfoW(impl::win32_wide(m_name), type, DACL_SECURITY_INFORMATION, nullptr, nullptr, nullptr,
+                                   nullptr, &self_relative);
   } else if (type != SE_SERVICE) {
-    result = GetSecurityInfo(m_handle, type, DACL_SECURITY_INFORMATION, nullptr, nullptr, nullptr, nullptr,
-                             &self_relative);
+    result =
+        GetSecurityInfo(m_handle, type, DACL_SECURITY_INFORMATION, nullptr, nullptr, nullptr, nullptr, &self_relative);
   } else {
     DWORD size = SECURITY_DESCRIPTOR_MIN_LENGTH;
     DWORD needed = 0;
@@ -207,8 +207,8 @@ void Nym_security::get_security_descriptor(Nym_status& status) {
       size = needed;
       self_relative = LocalAlloc(LMEM_FIXED, size);
       if (self_relative == nullptr) throw std::bad_alloc();
-      ok = QueryServiceObjectSecurity(static_cast<SC_HANDLE>(m_handle), DACL_SECURITY_INFORMATION, self_relative,
-                                      size, &needed);
+      ok = QueryServiceObjectSecurity(static_cast<SC_HANDLE>(m_handle), DACL_SECURITY_INFORMATION, self_relative, size,
+                                      &needed);
     }
     if (!ok) result = GetLastError() != 0 ? GetLastError() : static_cast<DWORD>(ERROR_INVALID_SECURITY_DESCR);
   }

@@ -27,14 +27,14 @@ struct _ACL;
 
 namespace nym {
 
-constexpr unsigned int NYM_S_ACE_READ_FAILED = 0xC200006Fu;      // reading or copying an entry failed
-constexpr unsigned int NYM_S_ACL_INIT_FAILED = 0xC2000070u;      // InitializeAcl failed
-constexpr unsigned int NYM_S_ACE_ADD_FAILED = 0xC2000071u;       // adding an entry failed
-constexpr unsigned int NYM_S_ACE_INDEX_PAST_END = 0xC200007Cu;   // entry index past the end
+constexpr unsigned int NYM_S_ACE_READ_FAILED = 0xC200006Fu;          // reading or copying an entry failed
+constexpr unsigned int NYM_S_ACL_INIT_FAILED = 0xC2000070u;          // InitializeAcl failed
+constexpr unsigned int NYM_S_ACE_ADD_FAILED = 0xC2000071u;           // adding an entry failed
+constexpr unsigned int NYM_S_ACE_INDEX_PAST_END = 0xC200007Cu;       // entry index past the end
 constexpr unsigned int NYM_S_LOCAL_GROUPS_TRUNCATED = 0xC200007Fu;   // arg: the total
 constexpr unsigned int NYM_S_GLOBAL_GROUPS_TRUNCATED = 0xC2000080u;  // arg: the total
-constexpr unsigned int NYM_S_LOCAL_GROUPS_FAILED = 0xC2000081u;   // NetUserGetLocalGroups failed
-constexpr unsigned int NYM_S_GLOBAL_GROUPS_FAILED = 0xC2000082u;  // NetUserGetGroups failed
+constexpr unsigned int NYM_S_LOCAL_GROUPS_FAILED = 0xC2000081u;      // NetUserGetLocalGroups failed
+constexpr unsigned int NYM_S_GLOBAL_GROUPS_FAILED = 0xC2000082u;     // NetUserGetGroups failed
 
 // Kinds of entry. As entry types: ACCESS_ALLOWED_ACE_TYPE, ACCESS_DENIED_ACE_TYPE,
 // SYSTEM_AUDIT_ACE_TYPE; NYM_ACCESS_OTHER is only what get_entry answers for any other type.

@@ -19,12 +19,12 @@ struct _SECURITY_ATTRIBUTES;
 
 namespace nym {
 
-constexpr unsigned int NYM_S_BAD_OBJECT_HANDLE = 0xC2000075u;       // the handle is 0 or -1
-constexpr unsigned int NYM_S_DACL_READ_FAILED = 0xC2000076u;        // the list couldn't be read from the descriptor
-constexpr unsigned int NYM_S_DACL_SET_FAILED = 0xC2000077u;         // the list couldn't be set in the descriptor
-constexpr unsigned int NYM_S_ALREADY_ASSOCIATED = 0xC2000078u;      // this object is tied already
-constexpr unsigned int NYM_S_SECURITY_READ_FAILED = 0xC2000079u;    // the object's security couldn't be read
-constexpr unsigned int NYM_S_SECURITY_WRITE_FAILED = 0xC200007Au;   // the object's security couldn't be written
+constexpr unsigned int NYM_S_BAD_OBJECT_HANDLE = 0xC2000075u;      // the handle is 0 or -1
+constexpr unsigned int NYM_S_DACL_READ_FAILED = 0xC2000076u;       // the list couldn't be read from the descriptor
+constexpr unsigned int NYM_S_DACL_SET_FAILED = 0xC2000077u;        // the list couldn't be set in the descriptor
+constexpr unsigned int NYM_S_ALREADY_ASSOCIATED = 0xC2000078u;     // this object is tied already
+constexpr unsigned int NYM_S_SECURITY_READ_FAILED = 0xC2000079u;   // the object's security couldn't be read
+constexpr unsigned int NYM_S_SECURITY_WRITE_FAILED = 0xC200007Au;  // the object's security couldn't be written
 
 // Kinds of object a Nym_security can be tied to.
 enum Nym_sec_obj_type {
@@ -91,7 +91,7 @@ class NYM_API Nym_security {
   alignas(8) unsigned char m_attributes[24] = {};
   unsigned int m_association = 0;  // 0 none, 1 by handle, 2 by name
   unsigned int m_object_type = 0;  // SE_OBJECT_TYPE
-  void* m_handle = nullptr;  // the tied object's; -1 until one is tied
+  void* m_handle = nullptr;        // the tied object's; -1 until one is tied
   Wstring m_name;
   Nym_acl* m_acl = nullptr;
 };
