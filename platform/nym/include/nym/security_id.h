@@ -6,9 +6,9 @@
 // conversions write the object's cache: an object belongs to one thread at a time.
 //
 // The class has no status argument and reports by exception: std::runtime_error "Failed to
-// convert SID to binary form" (string form, account form) when a form cannot be made;
-// std::invalid_argument for a bad SID pointer or trustee number; Nym_sys_call_fail
-// "::AllocateAndInitializeSid" when the null SID cannot be made. A failed conversion changes
+// convert SID to binary form" ("... to string form", "... to account form") when a form can't be
+// made; std::invalid_argument for a bad SID pointer or trustee number; Nym_sys_call_fail
+// "::AllocateAndInitializeSid" when the null SID can't be made. A failed conversion changes
 // nothing: the next request tries again.
 #ifndef NYM_SECURITY_ID_H
 #define NYM_SECURITY_ID_H
@@ -51,8 +51,8 @@ class NYM_API Nym_security_id {
   // Copies the SID; an invalid or null one raises std::invalid_argument "Invalid SID".
   Nym_security_id(_SID* sid);
   // Values above 17 raise std::invalid_argument "Invalid standard trustee"; a current user
-  // whose token cannot be read raises std::runtime_error "Failed to get SID of current
-  // user/thread".
+  // whose token can't be read raises std::runtime_error "Failed to get SID of current
+  // user/thread". The thread's user is the process's only for a thread that impersonates nobody.
   Nym_security_id(Nym_standard_trustee trustee);
   // Copies every form; the binary SID is copied, not shared. A copy that fails raises
   // std::invalid_argument "Invalid Nym_security_id".
