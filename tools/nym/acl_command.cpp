@@ -64,12 +64,6 @@ std::string key_name(const std::string& text) {
   return std::string();
 }
 
-std::string utf8(const nym::Wstring& text) {
-  std::string out;
-  nym::nym_string_append(out, text.c_str());
-  return out;
-}
-
 std::string trustee(const nym::Nym_security_id& sid) {
   const std::string text = utf8(static_cast<nym::Wstring>(sid));
   try {

@@ -10,6 +10,9 @@ namespace nym_tool {
 
 using Words = std::vector<std::string>;
 
+// UTF-16 text of the library as UTF-8 for the console.
+std::string utf8(const std::u16string& text);
+
 struct Command {
   const char* name;
   const char* usage;

@@ -16,13 +16,13 @@ const char* const USE_NAMES[] = {
     "",        "user",    "group",    "domain", "alias",        "well-known group", "deleted account",
     "invalid", "unknown", "computer", "label",  "logon session"};
 
-std::string utf8(const nym::Wstring& text) {
+}  // namespace
+
+std::string utf8(const std::u16string& text) {
   std::string out;
   nym::nym_string_append(out, text.c_str());
   return out;
 }
-
-}  // namespace
 
 int run_sid(const Words& words) {
   if (words.size() != 1 || words[0].empty()) {

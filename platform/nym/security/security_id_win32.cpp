@@ -145,16 +145,19 @@ _SID* Nym_security_id::get_current_sid(bool process) {
   return result;
 }
 
+void Nym_security_id::make_string_form() const {
+  if ((m_forms & FORM_STRING) != 0 || (m_forms & FORM_BINARY) == 0) return;
+  LPWSTR text = nullptr;
+  if (ConvertSidToStringSidW(m_sid, &text)) {
+    m_string = from_win32_wide(text);
+    m_forms |= FORM_STRING;
+    LocalFree(text);
+  }
+}
+
 void Nym_security_id::set_type(int use) const {
   m_type = use;
-  if ((m_forms & FORM_STRING) == 0 && (m_forms & FORM_BINARY) != 0) {
-    LPWSTR text = nullptr;
-    if (ConvertSidToStringSidW(m_sid, &text)) {
-      m_string = from_win32_wide(text);
-      m_forms |= FORM_STRING;
-      LocalFree(text);
-    }
-  }
+  make_string_form();
   if ((m_forms & FORM_STRING) != 0 && is_local_system(m_string)) m_type = SidTypeWellKnownGroup;
 }
 
@@ -207,14 +210,7 @@ Nym_security_id::operator Wstring() const {
       throw std::runtime_error("Failed to convert SID to string form");
     }
   }
-  if ((m_forms & FORM_STRING) == 0 && (m_forms & FORM_BINARY) != 0) {
-    LPWSTR text = nullptr;
-    if (ConvertSidToStringSidW(m_sid, &text)) {
-      m_string = from_win32_wide(text);
-      m_forms |= FORM_STRING;
-      LocalFree(text);
-    }
-  }
+  make_string_form();
   if ((m_forms & FORM_STRING) == 0) throw std::runtime_error("Failed to convert SID to string form");
   return m_string;
 }

@@ -85,6 +85,8 @@ class NYM_API Nym_security_id {
   static _SID* copy_sid(const _SID* source);
   static _SID* get_current_sid(bool process);
   void release() noexcept;
+  // From the binary form, if there is one; no exception.
+  void make_string_form() const;
   // Keeps the reported use, with the local system account counted as a well-known group.
   void set_type(int use) const;
 
