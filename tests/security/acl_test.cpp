@@ -155,7 +155,8 @@ TEST(AclTest, StandardRightsEqualIgnoresSpecificRightsButNotOrderOrNullness) {
   EXPECT_FALSE(null_list.standard_rights_equal(Nym_acl()));  // everything against nothing
 }
 
-// Object entries hold their SID behind the object fields their flags announce.
+// Object entries hold their SID behind the object fields their flags announce; an entry is read
+// only within its list.
 TEST(AclTest, ForeignEntriesAreReadWhereTheirSidLies) {
   const Nym_security_id user(NYM_TRUSTEE_CURRENT_PROCESS_USER);
   const std::string expected = "3 " + nym_test::utf8(user) + " 5 0";
@@ -165,6 +166,13 @@ TEST(AclTest, ForeignEntriesAreReadWhereTheirSidLies) {
     EXPECT_EQ(entries(Nym_acl(reinterpret_cast<PACL>(raw.data()), status)), std::vector<std::string>{expected})
         << object_flags;
   }
+  // An entry claiming more bytes than its list holds: refused, and the copy denies everything.
+  std::vector<unsigned char> raw = foreign_list(ACCESS_ALLOWED_ACE_TYPE, user, 0x5, 0);
+  raw[sizeof(ACL) + 2] = 0xF0;
+  Nym_status status;
+  const Nym_acl broken(reinterpret_cast<PACL>(raw.data()), status);
+  EXPECT_EQ(status, NYM_S_ACE_READ_FAILED);
+  EXPECT_TRUE(broken.standard_rights_equal(Nym_acl()));
 }
 
 // A conditional denial can't be evaluated here: it counts as a denial, and merging it as a plain

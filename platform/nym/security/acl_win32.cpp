@@ -67,6 +67,16 @@ bool entries_of(const _ACL* list, std::vector<ACE_HEADER*>& out) {
   return true;
 }
 
+// A list with no entries. Failure raises Nym_sys_call_fail "::InitializeAcl".
+_ACL* empty_list() {
+  _ACL* list = new_list(EMPTY_ACL_SIZE);
+  if (!InitializeAcl(list, EMPTY_ACL_SIZE, ACL_REVISION)) {
+    delete_list(list);
+    throw Nym_sys_call_fail("::InitializeAcl");
+  }
+  return list;
+}
+
 // The system's code of the last failed call, then ours on top.
 void report(Nym_status& status, unsigned int code) {
   status = GetLastError();
@@ -81,28 +91,25 @@ void report_bad_entry(Nym_status& status) {
 
 }  // namespace
 
-Nym_acl::Nym_acl() {
-  m_acl = new_list(EMPTY_ACL_SIZE);
-  if (!InitializeAcl(m_acl, EMPTY_ACL_SIZE, ACL_REVISION)) {
-    delete_list(m_acl);
-    m_acl = nullptr;
-    throw Nym_sys_call_fail("::InitializeAcl");
-  }
-}
+Nym_acl::Nym_acl() : m_acl(empty_list()) {}
 
+// A list that couldn't be made is empty, not null: null would open the object to everyone.
 Nym_acl::Nym_acl(const Nym_acl& other, Nym_status& status) {
   status.clear();
   m_acl = copy_acl(other.m_acl, status);
+  if (status.is_error()) m_acl = empty_list();
 }
 
 Nym_acl::Nym_acl(_ACL* list, Nym_status& status) {
   status.clear();
   m_acl = copy_acl(list, status);
+  if (status.is_error()) m_acl = empty_list();
 }
 
 Nym_acl::Nym_acl(const Nym_security_id& sid, unsigned int rights, unsigned char flags, Nym_status& status) {
   status.clear();
   set_rights(sid, NYM_ACCESS_ALLOW, rights, flags, status);
+  if (status.is_error()) m_acl = empty_list();
 }
 
 Nym_acl::~Nym_acl() { delete_list(m_acl); }
@@ -118,10 +125,9 @@ Nym_acl& Nym_acl::operator=(Nym_acl&& other) noexcept {
 
 void Nym_acl::erase(Nym_status& status) {
   status.clear();
-  Nym_acl empty;
+  _ACL* empty = empty_list();
   delete_list(m_acl);
-  m_acl = empty.m_acl;
-  empty.m_acl = nullptr;
+  m_acl = empty;
 }
 
 unsigned char Nym_acl::map_access_mode(Nym_access_modes mode) {
@@ -139,11 +145,14 @@ unsigned char Nym_acl::map_access_mode(Nym_access_modes mode) {
 
 unsigned int Nym_acl::get_ace_count(const _ACL* list) { return list == nullptr ? 0 : list->AceCount; }
 
+// The bytes in use: the header and the entries up to the end of the last; 0 for a null list
+// or one whose entries don't lie inside it.
 unsigned int Nym_acl::get_acl_size(const _ACL* list) {
-  if (list == nullptr) return 0;
-  ACL_SIZE_INFORMATION info;
-  if (!GetAclInformation(const_cast<_ACL*>(list), &info, sizeof info, AclSizeInformation)) return 0;
-  return info.AclBytesInUse;
+  std::vector<ACE_HEADER*> present;
+  if (list == nullptr || !entries_of(list, present)) return 0;
+  if (present.empty()) return sizeof(ACL);
+  const auto* end = reinterpret_cast<const unsigned char*>(present.back()) + present.back()->AceSize;
+  return static_cast<unsigned int>(end - reinterpret_cast<const unsigned char*>(list));
 }
 
 bool Nym_acl::get_ace_mask(const void* ace, unsigned int& mask) {
@@ -204,8 +213,12 @@ bool Nym_acl::copy_aces(const _ACL* source, _ACL* target, Nym_status& status) {
 }
 
 _ACL* Nym_acl::copy_acl(const _ACL* source, Nym_status& status) {
+  if (source == nullptr) return nullptr;
   const unsigned int size = get_acl_size(source);
-  if (size == 0) return nullptr;
+  if (size == 0) {
+    report_bad_entry(status);
+    return nullptr;
+  }
   _ACL* copy = new_list(size);
   if (!InitializeAcl(copy, size, ACL_REVISION)) {
     report(status, NYM_S_ACL_INIT_FAILED);

@@ -52,14 +52,16 @@ class NYM_API Nym_acl {
  public:
   // An empty list. Failure raises Nym_sys_call_fail "::InitializeAcl".
   Nym_acl();
+  // The copying constructors report NYM_S_ACE_READ_FAILED or NYM_S_ACL_INIT_FAILED above the
+  // system's code when the list can't be copied, and then hold an empty list, never the null one.
   Nym_acl(const Nym_acl& other, Nym_status& status);
   // Copies a foreign list, which stays the caller's; null gives a null list.
   Nym_acl(_ACL* list, Nym_status& status);
-  // A list with one allow entry.
+  // A list with one allow entry (an empty one after an error).
   Nym_acl(const Nym_security_id& sid, unsigned int rights, unsigned char flags, Nym_status& status);
   Nym_acl(const Nym_acl&) = delete;
   Nym_acl& operator=(const Nym_acl&) = delete;
-  // The list moves; the source is left with a null list.
+  // The list moves; the source is left with a null list, fit only to be destroyed or assigned.
   Nym_acl(Nym_acl&& other) noexcept : m_acl(other.m_acl) { other.m_acl = nullptr; }
   Nym_acl& operator=(Nym_acl&& other) noexcept;
   ~Nym_acl();
