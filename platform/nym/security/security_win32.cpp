@@ -49,16 +49,20 @@ std::size_t round8(std::size_t n) { return (n + 7) & ~static_cast<std::size_t>(7
 
 Nym_security::Nym_security() { initialise_security_descriptor(); }
 
+// A list that couldn't be set must not leave the open descriptor in place: without one, objects
+// are created with the system's default.
 Nym_security::Nym_security(Nym_acl& acl, Nym_status& status) {
   status.clear();
   initialise_security_descriptor();
   set_disc_acl(acl, status, false);
+  if (status.is_error()) free_sd();
 }
 
 Nym_security::Nym_security(bool open, Nym_status& status) {
   status.clear();
   initialise_security_descriptor();
   if (!open) set_disc_acl(Nym_acl(), status, false);
+  if (status.is_error()) free_sd();
 }
 
 Nym_security::~Nym_security() {
@@ -270,8 +274,8 @@ Nym_acl* Nym_security::get_disc_acl(Nym_status& status) {
   get_security_descriptor(status);
   if (status.is_error()) return nullptr;
   if (m_descriptor == nullptr) {
-    // Dropped by disassociate_from_object: creation takes the system's default, which this
-    // object can't tell.
+    // None held (untied, or a constructor's list failed): creation takes the system's default,
+    // which this object can't tell.
     status = ERROR_INVALID_SECURITY_DESCR;
     status.push(NYM_S_DACL_READ_FAILED);
     return nullptr;

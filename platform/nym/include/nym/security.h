@@ -40,7 +40,8 @@ class NYM_API Nym_security {
   // A descriptor with a null list: the object is open to everyone. Failure raises
   // Nym_sys_call_fail "::InitializeSecurityDescriptor" or "::SetSecurityDescriptorDacl".
   Nym_security();
-  // A descriptor holding a copy of `acl`.
+  // A descriptor holding a copy of `acl`. When the list can't be set (reported as set_disc_acl
+  // does) there is no descriptor, and objects are created with the system's default.
   Nym_security(Nym_acl& acl, Nym_status& status);
   // `open` true: a null list, open to everyone; false: an empty list, nobody has access.
   Nym_security(bool open, Nym_status& status);
