@@ -8,6 +8,9 @@
 namespace {
 
 const nym_tool::Command COMMANDS[] = {
+    {"acl", "nym acl PATH|KEY",
+     "the access list of a file, directory or registry key (HKLM\\..., HKCU\\...), one entry a line",
+     nym_tool::run_acl},
     {"convert", "nym convert --to utf8|utf16 FILE [-o OUT]",
      "convert a text file to UTF-8 or UTF-16 (source detected, or --from utf8|utf16le|utf16be)",
      nym_tool::run_convert},
@@ -16,6 +19,7 @@ const nym_tool::Command COMMANDS[] = {
      nym_tool::run_date},
     {"detect", "nym detect [--tolerance N] FILE", "tell whether a file is UTF-8 or UTF-16, its byte order and mark",
      nym_tool::run_detect},
+    {"sid", "nym sid NAME|S-1-...", "a trustee's account name, SID string, binary SID and type", nym_tool::run_sid},
     {"status", "nym status CODE [ARG...]",
      "show a status code: normalised value, HRESULT, severity, facility and its words", nym_tool::run_status},
 };

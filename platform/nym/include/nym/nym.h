@@ -41,4 +41,10 @@
 #include "nym/utf_detect.h"
 #include "nym/wstring_buffer.h"
 
+#if defined(_WIN32)
+#include "nym/acl.h"
+#include "nym/security.h"
+#include "nym/security_id.h"
+#endif
+
 #endif
