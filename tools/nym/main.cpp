@@ -15,6 +15,10 @@ const nym_tool::Command COMMANDS[] = {
      "today's Julian day, weekday and local zone, or convert a Julian day or a date", nym_tool::run_date},
     {"detect", "nym detect [--tolerance N] FILE", "tell whether a file is UTF-8 or UTF-16, its byte order and mark",
      nym_tool::run_detect},
+    {"path", "nym path [--relative-to BASE] PATH...",
+     "the parts of each path (drive, UNC, directory, filename, base, extension, levels) and its simplified "
+     "form, or each path relative to BASE",
+     nym_tool::run_path},
     {"status", "nym status CODE [ARG...]",
      "show a status code: normalised value, HRESULT, severity, facility and text", nym_tool::run_status},
 };
