@@ -52,6 +52,18 @@ Split split(const Wstring& text, Wchar sep) {
   }
 }
 
+// Whether a piece before the last is empty, "." or "..": without one, simplify has nothing
+// to drop and the text stays as it is (most paths, and every simplified one without "..").
+bool may_drop_levels(const Wstring& text, Wchar sep) {
+  uint64 start = text.size() >= 2 && text[0] == sep && text[1] == sep ? 2 : (!text.empty() && text[0] == sep) ? 1 : 0;
+  for (uint64 end = text.find(sep, start); end != Wstring::npos; end = text.find(sep, start)) {
+    const uint64 len = end - start;
+    if (len == 0 || (len <= 2 && text[start] == u'.' && text[end - 1] == u'.')) return true;
+    start = end + 1;
+  }
+  return false;
+}
+
 class Simplifier {
  public:
   Simplifier(const Wstring& text, Wchar sep, Wchar drive_sep, Wchar ext_sep)
@@ -60,6 +72,8 @@ class Simplifier {
     m_prefix = s.prefix;
     m_pieces = std::move(s.pieces);
     m_inner = m_pieces.size() - 1;
+    m_kept.reserve(m_inner);
+    m_dotdots.reserve(m_inner + 1);
     m_empty_from.assign(m_inner + 1, 1);
     for (uint64 k = m_inner; k-- > 0;) m_empty_from[k] = m_empty_from[k + 1] && m_pieces[k].len == 0;
     m_dotdots.push_back(0);
@@ -180,7 +194,7 @@ void Nym_path::simplify() {
   for (Wchar& unit : m_text) {
     if (unit == u'\\') unit = m_path_separator;
   }
-  if (absolute_levels() == 0) return;
+  if (absolute_levels() == 0 || !may_drop_levels(m_text, m_path_separator)) return;
   m_text = Simplifier(m_text, m_path_separator, m_drive_separator, m_extension_separator).run();
 }
 
