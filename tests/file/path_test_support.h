@@ -10,7 +10,7 @@
 namespace nym_test {
 
 // A path holding exactly `text`: assignment does not simplify, the constructor would.
-inline nym::Nym_path as_path(const nym::Wstring& text) {
+inline const nym::Nym_path as_path(const nym::Wstring& text) {
   nym::Nym_path p;
   p = text;
   return p;
