@@ -55,21 +55,19 @@ TEST(PathTest, PartsOfTexts) {
   }
 }
 
+// Each case: the drive (blank for none), then U for a UNC, A for absolute, F for a file path.
 TEST(PathTest, DriveUncAndKind) {
-  // Text, drive, UNC, absolute, file path.
-  const std::tuple<const char16_t*, Wchar, bool, bool, bool> cases[] = {
-      {u"c:\\a", u'c', false, true, true},  {u"c:a", u'c', false, true, true}, {u"1:\\a", u'1', false, true, true},
-      {u"::a", u' ', false, false, true},   {u"\\\\", u' ', true, true, false}, {u"\\", u' ', false, true, false},
-      {u"a\\b\\", u' ', false, false, false}, {u"", u' ', false, false, false},
+  const std::pair<const char16_t*, const char*> cases[] = {
+      {u"c:\\a", "c-AF"}, {u"c:a", "c-AF"}, {u"1:\\a", "1-AF"}, {u"::a", " --F"}, {u"\\\\", " UA-"},
+      {u"\\", " -A-"}, {u"a\\b\\", " ---"}, {u"", " ---"}, {u"\\\\s\\x", " UAF"},
   };
-  for (const auto& [text, drive, unc, absolute, file] : cases) {
+  for (const auto& [text, expected] : cases) {
     const Nym_path p = as_path(text);
-    EXPECT_EQ(p.drive(), drive) << u8(text);
-    EXPECT_EQ(p.has_drive(), drive != u' ') << u8(text);
-    EXPECT_EQ(p.has_unc(), unc) << u8(text);
-    EXPECT_EQ(p.is_absolute(), absolute) << u8(text);
-    EXPECT_EQ(p.is_relative(), !absolute) << u8(text);
-    EXPECT_EQ(p.is_file_path(), file) << u8(text);
+    const std::string kind{static_cast<char>(p.drive()), p.has_unc() ? 'U' : '-', p.is_absolute() ? 'A' : '-',
+                           p.is_file_path() ? 'F' : '-'};
+    EXPECT_EQ(kind, expected) << u8(text);
+    EXPECT_EQ(p.has_drive(), kind[0] != ' ');
+    EXPECT_NE(p.is_relative(), p.is_absolute());
   }
   EXPECT_EQ(as_path(u"\\\\srv\\a.b").share(), u"a") << "a share that ends the text reads as its base";
   EXPECT_EQ(as_path(u"\\\\s\\sh\\d").unc(), u"\\\\s\\sh");
@@ -78,20 +76,12 @@ TEST(PathTest, DriveUncAndKind) {
 
 TEST(PathTest, ConstructorsJoinAndSimplify) {
   const std::pair<Nym_path, const char16_t*> cases[] = {
-      {Nym_path(u"a/b\\..\\c"), u"a\\c"},
-      {Nym_path(u"", u"f"), u"f"},
-      {Nym_path(u"\\", u"f"), u"\\f"},
-      {Nym_path(u"a", u"f"), u"a\\f"},
-      {Nym_path(u"a\\", u"f"), u"a\\f"},
-      {Nym_path(u"a\\..", u"f"), u"f"},
-      {Nym_path(u"d", u"f", u"txt"), u"d\\f.txt"},
-      {Nym_path(u"d", u"f", u""), u"d\\f"},
-      {Nym_path(u"s", u"sh", u"d", u"f"), u"\\\\s\\sh\\d\\f"},
-      {Nym_path(u"s", u"sh", u"", u"f"), u"\\\\s\\sh\\f"},
-      {Nym_path(u"s", u"sh", u"\\", u"f"), u"\\\\s\\sh\\f"},
-      {Nym_path(u"s", u"sh", u"d", u"f", u"x"), u"\\\\s\\sh\\d\\f.x"},
-      {Nym_path(u'c', u"a", u"f"), u"c:\\a\\f"},
-      {Nym_path(u'c', u"", u""), u"c:\\"},
+      {Nym_path(u"a/b\\..\\c"), u"a\\c"}, {Nym_path(u"", u"f"), u"f"}, {Nym_path(u"\\", u"f"), u"\\f"},
+      {Nym_path(u"a", u"f"), u"a\\f"}, {Nym_path(u"a\\", u"f"), u"a\\f"}, {Nym_path(u"a\\..", u"f"), u"f"},
+      {Nym_path(u"d", u"f", u"txt"), u"d\\f.txt"}, {Nym_path(u"d", u"f", u""), u"d\\f"},
+      {Nym_path(u"s", u"sh", u"d", u"f"), u"\\\\s\\sh\\d\\f"}, {Nym_path(u"s", u"sh", u"", u"f"), u"\\\\s\\sh\\f"},
+      {Nym_path(u"s", u"sh", u"\\", u"f"), u"\\\\s\\sh\\f"}, {Nym_path(u"s", u"sh", u"d", u"f", u"x"), u"\\\\s\\sh\\d\\f.x"},
+      {Nym_path(u'c', u"a", u"f"), u"c:\\a\\f"}, {Nym_path(u'c', u"", u""), u"c:\\"},
       {Nym_path(u'Z', u"\\a\\", u"f", u"txt"), u"Z:\\a\\f.txt"},
   };
   for (const auto& [made, text] : cases) EXPECT_EQ(Wstring(made), text) << u8(text);
@@ -209,15 +199,11 @@ TEST(PathTest, SeparatorsDoNotTravel) {
 
 TEST(PathTest, Comparisons) {
   const Nym_path a = as_path(u"c:\\a");
-  EXPECT_TRUE(a == Wstring(u"c:\\a"));
-  EXPECT_TRUE(a != as_path(u"C:\\a")) << "case counts, also in the drive letter";
+  EXPECT_TRUE(a == Wstring(u"c:\\a") && a != as_path(u"C:\\a")) << "case counts, also in the drive letter";
   EXPECT_TRUE(a != as_path(u"c:/a")) << "no simplification";
-  EXPECT_TRUE(a < Wstring(u"c:\\a\\b")) << "a prefix is the lesser";
-  EXPECT_TRUE(as_path(u"a") < as_path(u"\xFFFF")) << "units compare unsigned";
-  EXPECT_FALSE(as_path(u"\xFFFF") < as_path(u"a"));
-  EXPECT_FALSE(a < a);
-  EXPECT_TRUE(Nym_path::is_dot_directory(u".."));
-  EXPECT_FALSE(Nym_path::is_dot_directory(u"..."));
+  EXPECT_TRUE(a < Wstring(u"c:\\a\\b") && !(a < a)) << "a prefix is the lesser";
+  EXPECT_TRUE(as_path(u"a") < as_path(u"\xFFFF") && !(as_path(u"\xFFFF") < as_path(u"a"))) << "units are unsigned";
+  EXPECT_TRUE(Nym_path::is_dot_directory(u"..") && !Nym_path::is_dot_directory(u"..."));
   Wstring s = u"a";
   Nym_path::append_path_separator(s);
   Nym_path::append_path_separator(s);
