@@ -182,6 +182,15 @@ TEST(PathSimplifyTest, LongPathsStayFast) {
   EXPECT_EQ(Wstring(deep), u"..\\" + names.substr(0, 10000) + u"f");
 }
 
+TEST(PathRelationsTest, Cd) {
+  const char16_t* const cases[][3] = {
+      {u"c:\\a\\f.txt", u"b", u"c:\\a\\b\\f.txt"}, {u"c:\\a\\f.txt", u"..", u"c:\\f.txt"},
+      {u"c:\\a\\f", u"\\x", u"c:\\x\\f"}, {u"a\\f", u"", u"a\\f"}, {u"c:\\a\\", u"..\\b", u"c:\\b\\"},
+      {u"c:\\", u"..", u"c:\\..\\"}, {u"", u"..", u"..\\"}, {u"f.txt", u"..", u"..\\f.txt"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(Wstring(as_path(c[0]).cd(c[1])), c[2]) << u8(c[0]) << " " << u8(c[1]);
+}
+
 TEST(PathRelationsTest, RelativeTo) {
   const char16_t* const cases[][3] = {
       {u"c:\\a\\b\\f.txt", u"c:\\a\\c", u"..\\b\\f.txt"}, {u"c:\\a\\f.txt", u"c:\\a", u"f.txt"},

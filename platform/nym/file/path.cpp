@@ -187,7 +187,7 @@ uint64 Nym_path::find_level(uint64 n, uint64& len) const {
 }
 
 uint64 Nym_path::raw_level(uint64 n) const {
-  const uint64 offset = has_drive() ? 1 : has_unc() ? 2 : 0;
+  const uint64 offset = root_levels();
   if (n > NYM_NPOS - offset) throw_level_range();
   return n + offset;
 }
@@ -200,34 +200,26 @@ Wstring Nym_path::level(uint64 n, bool raw) const {
   return m_text.substr(start, len);
 }
 
+uint64 Nym_path::root_levels() const { return has_drive() ? 1 : has_unc() ? 2 : 0; }
+
+int64 Nym_path::levels_past_root() const {
+  return static_cast<int64>(absolute_levels()) - static_cast<int64>(root_levels());
+}
+
 uint64 Nym_path::levels() const {
-  int64 count = static_cast<int64>(absolute_levels());
-  if (has_drive()) {
-    count -= 1;
-  } else if (has_unc()) {
-    count -= 2;
-  }
-  if (is_file_path()) count += 1;
+  const int64 count = levels_past_root() + (is_file_path() ? 1 : 0);
   return count < 0 ? 0 : static_cast<uint64>(count);
 }
 
 uint64 Nym_path::legal(uint64 n) const { return n < levels() ? 1 : 0; }
 
-bool Nym_path::has_directory() const {
-  int64 count = static_cast<int64>(absolute_levels());
-  if (has_drive()) {
-    count -= 1;
-  } else if (has_unc()) {
-    count -= 2;
-  }
-  // Levels minus the filename: count for a directory path, count + 1 - 1 for a file path.
-  return count > 0;
-}
+// Levels minus the filename: the count for a directory path, count + 1 - 1 for a file path.
+bool Nym_path::has_directory() const { return levels_past_root() > 0; }
 
 uint64 Nym_path::find_directory(uint64& len) const {
   const uint64 filename_start = find_filename();
   if (has_directory()) {
-    const uint64 k = has_drive() ? 1 : has_unc() ? 2 : 0;
+    const uint64 k = root_levels();
     uint64 level_len = 0;
     uint64 start = find_level(k, level_len);
     // Include the separator before the first directory.

@@ -217,8 +217,8 @@ void Nym_path::relative_to(const Wstring& base) {
   const uint64 m = b.levels();
   const Split mine = split(m_text, m_path_separator);
   const Split theirs = split(b.m_text, b.m_path_separator);
-  const uint64 my_offset = has_drive() ? 1 : has_unc() ? 2 : 0;
-  const uint64 their_offset = b.has_drive() ? 1 : b.has_unc() ? 2 : 0;
+  const uint64 my_offset = root_levels();
+  const uint64 their_offset = b.root_levels();
   const auto level_of = [](const Wstring& text, const Split& s, uint64 raw) {
     if (raw >= s.pieces.size()) throw std::range_error("level index out of range.");
     return Wview(text.data() + s.pieces[raw].start, s.pieces[raw].len);

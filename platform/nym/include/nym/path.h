@@ -208,7 +208,10 @@ class NYM_API Nym_path {
  private:
   // A copy that keeps this path's separators, for setters that must not half-apply.
   Nym_path twin() const;
-  // Level n with the offset of a drive (1) or a UNC (2), range-checked.
+  // The raw levels a drive (1) or a UNC (2) takes, and the separators after them.
+  uint64 root_levels() const;
+  int64 levels_past_root() const;
+  // Level n with the offset of a drive or a UNC, range-checked.
   uint64 raw_level(uint64 n) const;
   void replace_level(uint64 raw, const Wstring& text);
 
