@@ -25,6 +25,7 @@ int run_convert(const Words& words);
 int run_date(const Words& words);
 int run_detect(const Words& words);
 int run_sid(const Words& words);
+int run_path(const Words& words);
 int run_status(const Words& words);
 
 }  // namespace nym_tool
