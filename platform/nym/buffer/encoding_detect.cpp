@@ -1,0 +1,287 @@
+#include "nym/encoding_detect.h"
+
+#include <algorithm>
+#include <bitset>
+#include <stdexcept>
+
+#include "nym/istream.h"
+#include "nym/unicode.h"
+
+namespace nym {
+
+namespace {
+
+constexpr uint64 BLOCK = 16384;
+constexpr uint64 SHORT_SAMPLE = 8;   // fewer bytes than this cap the confidence at 50
+constexpr uint64 COHERENT_UNITS = 16;  // the fewest units that high-byte coherence may judge
+
+enum class Mark { none, utf8, utf16le, utf16be };
+
+// Control characters that text files do hold: tab, line feed, vertical tab, form feed,
+// carriage return, the old end-of-file mark and escape (coloured logs).
+bool is_text_control(unsigned int c) { return (c >= 0x09 && c <= 0x0D) || c == 0x1A || c == 0x1B; }
+
+// Whether a UTF-16 unit (not a surrogate) may stand in text: assigned, and no control
+// character other than those above (so no NUL and no C1 control).
+bool is_text_unit(unsigned int u) {
+  if (u < 0x20) return is_text_control(u);
+  if (u >= 0x7F && u <= 0x9F) return false;
+  return (impl::NYM_UNICODE_BIT_TABLE[u] & impl::NYM_UNICODE_ASSIGNED) != 0;
+}
+
+// One byte order's reading of the units: those that can't stand in text.
+struct Utf16_reading {
+  bool pending_high = false;
+  uint64 bad = 0;
+
+  void take(unsigned int u) {
+    if (pending_high) {
+      pending_high = false;
+      if (u >= 0xDC00 && u <= 0xDFFF) return;
+      ++bad;
+    }
+    if (u >= 0xD800 && u <= 0xDBFF) pending_high = true;
+    else if ((u >= 0xDC00 && u <= 0xDFFF) || !is_text_unit(u)) ++bad;
+  }
+};
+
+// The evidence of a sample, gathered block by block so that a store's short reads and the
+// block boundaries change nothing: the first three bytes wait until the mark is decided, a
+// UTF-8 sequence and a UTF-16 unit may span any two feeds.
+class Evidence {
+ public:
+  void feed(const unsigned char* p, uint64 n) {
+    while (!m_head_done && n > 0) {
+      m_head[m_head_count++] = *p++;
+      --n;
+      if (m_head_count == 3) decide_mark();
+    }
+    take(p, n);
+  }
+
+  // `whole`: the data end here, so a cut character or a lone last byte counts against them.
+  Nym_encoding_guess finish(bool whole) {
+    if (!m_head_done) decide_mark();
+    if (whole) {
+      if (m_need > 0) ++m_utf8_bad;
+      if (m_bytes % 2 != 0) {
+        ++m_le.bad;
+        ++m_be.bad;
+      }
+      if (m_le.pending_high) ++m_le.bad;
+      if (m_be.pending_high) ++m_be.bad;
+    }
+    return judge();
+  }
+
+ private:
+  void decide_mark() {
+    m_head_done = true;
+    unsigned int skip = 0;
+    if (m_head_count == 3 && m_head[0] == 0xEF && m_head[1] == 0xBB && m_head[2] == 0xBF) {
+      m_mark = Mark::utf8;
+      skip = 3;
+    } else if (m_head_count >= 2 && m_head[0] == 0xFF && m_head[1] == 0xFE) {
+      m_mark = Mark::utf16le;
+      skip = 2;
+    } else if (m_head_count >= 2 && m_head[0] == 0xFE && m_head[1] == 0xFF) {
+      m_mark = Mark::utf16be;
+      skip = 2;
+    }
+    take(m_head + skip, m_head_count - skip);
+  }
+
+  void take(const unsigned char* p, uint64 n) {
+    for (const unsigned char* const end = p + n; p < end; ++p) {
+      const unsigned int b = *p;
+      const unsigned int parity = static_cast<unsigned int>(m_bytes & 1);
+      if (b == 0) ++m_zeros[parity];
+      else if ((b < 0x20 && !is_text_control(b)) || b == 0x7F) ++m_controls;
+      if (b >= 0x80) ++m_high;
+      m_seen[parity].set(b);
+      utf8_step(b);
+      if (parity == 0) {
+        m_even = b;
+      } else {
+        m_le.take(m_even | (b << 8));
+        m_be.take((m_even << 8) | b);
+        ++m_units;
+      }
+      ++m_bytes;
+    }
+  }
+
+  // Well-formed UTF-8: the bounds of the first continuation byte shut out overlong forms,
+  // surrogates and values above U+10FFFF.
+  void utf8_step(unsigned int b) {
+    if (m_need > 0) {
+      if (b >= m_lo && b <= m_hi) {
+        m_lo = 0x80;
+        m_hi = 0xBF;
+        if (--m_need == 0) ++m_utf8_sequences;
+        return;
+      }
+      ++m_utf8_bad;
+      m_need = 0;  // the breaking byte starts afresh
+    }
+    m_lo = 0x80;
+    m_hi = 0xBF;
+    if (b < 0x80) return;
+    if (b >= 0xC2 && b <= 0xDF) m_need = 1;
+    else if (b >= 0xE0 && b <= 0xEF) m_need = 2;
+    else if (b >= 0xF0 && b <= 0xF4) m_need = 3;
+    else ++m_utf8_bad;
+    if (b == 0xE0) m_lo = 0xA0;
+    else if (b == 0xED) m_hi = 0x9F;
+    else if (b == 0xF0) m_lo = 0x90;
+    else if (b == 0xF4) m_hi = 0x8F;
+  }
+
+  unsigned int distinct(unsigned int parity) const { return static_cast<unsigned int>(m_seen[parity].count()); }
+
+  // UTF-16 in an order whose high bytes stand at `high` parity. Strong: the zero bytes fall
+  // in the high byte, on half the units or on an eighth with the high bytes few (a script
+  // beside spaces and digits). Coherent: no zero bytes needed, the high bytes take at most
+  // half as many values as the low bytes.
+  bool strong_utf16(const Utf16_reading& r, unsigned int high) const {
+    const uint64 right = m_zeros[high];
+    const uint64 wrong = m_zeros[1 - high];
+    if (m_units == 0 || right == 0 || r.bad * 50 > m_units || wrong * 8 > right) return false;
+    return right * 2 >= m_units || (right * 8 >= m_units && coherent(high));
+  }
+  bool coherent_utf16(const Utf16_reading& r, unsigned int high) const {
+    return m_units >= COHERENT_UNITS && r.bad * 50 <= m_units && coherent(high);
+  }
+  bool coherent(unsigned int high) const { return distinct(high) * 2 <= distinct(1 - high); }
+
+  Nym_encoding_guess judge() const {
+    Nym_encoding_guess g;
+    const uint64 zeros = m_zeros[0] + m_zeros[1];
+    const bool text_bytes = m_controls * 20 <= m_bytes;
+    const bool seven_bit = m_high == 0 && zeros == 0;
+    if (m_mark == Mark::utf8) {
+      g.mark = true;
+      g.ascii = seven_bit;
+      g.confidence = m_utf8_bad == 0 && zeros == 0 && text_bytes ? 100 : 50;
+      return g;
+    }
+    if (m_mark != Mark::none) {
+      const bool le = m_mark == Mark::utf16le;
+      const Utf16_reading& r = le ? m_le : m_be;
+      const bool contradicted = le ? strong_utf16(m_be, 0) && !strong_utf16(m_le, 1)
+                                   : strong_utf16(m_le, 1) && !strong_utf16(m_be, 0);
+      if ((r.bad <= 1 || r.bad * 10 <= m_units) && !contradicted) {
+        g.encoding = le ? NYM_ENCODING_UTF16LE : NYM_ENCODING_UTF16BE;
+        g.mark = true;
+        g.ascii = false;
+        g.confidence = r.bad == 0 ? 100 : 75;
+        return g;
+      }
+    }
+    if (m_bytes == 0) return g;  // nothing to judge: UTF-8 reads it as well as anything
+
+    // A UTF-16 mark that the data don't bear out is no UTF-8 either: FF and FE never are.
+    const bool utf8_mostly =
+        m_mark == Mark::none && text_bytes &&
+        (m_utf8_bad == 0 || (m_utf8_sequences >= 4 && m_utf8_bad * 20 <= m_utf8_sequences));
+    const bool le_strong = strong_utf16(m_le, 1);
+    const bool be_strong = strong_utf16(m_be, 0);
+    unsigned int confidence = 0;
+    if (utf8_mostly && zeros == 0) {
+      g.encoding = NYM_ENCODING_UTF8;
+      if (m_utf8_bad > 0) confidence = 75;
+      else if (m_high == 0 || m_utf8_sequences >= 4) confidence = 100;
+      else confidence = m_utf8_sequences >= 2 ? 90 : 75;
+    } else if (le_strong || be_strong) {
+      const bool le = le_strong && (!be_strong || m_le.bad <= m_be.bad);
+      const Utf16_reading& r = le ? m_le : m_be;
+      g.encoding = le ? NYM_ENCODING_UTF16LE : NYM_ENCODING_UTF16BE;
+      confidence = r.bad == 0 && m_zeros[le ? 0 : 1] == 0 ? 100 : 80;
+    } else if (utf8_mostly && zeros * 32 <= m_bytes) {
+      g.encoding = NYM_ENCODING_UTF8;  // a few NULs in UTF-8 text: padding, a terminator
+      confidence = 50;
+    } else if (coherent_utf16(m_le, 1) || coherent_utf16(m_be, 0)) {
+      g.encoding = coherent_utf16(m_le, 1) ? NYM_ENCODING_UTF16LE : NYM_ENCODING_UTF16BE;
+      confidence = 50;
+    } else {
+      g.encoding = NYM_ENCODING_NEITHER;
+      confidence = m_utf8_bad + zeros + m_controls >= 4 ? 100 : 75;
+    }
+    g.ascii = seven_bit && g.encoding == NYM_ENCODING_UTF8;
+    g.confidence = m_bytes < SHORT_SAMPLE ? std::min(confidence, 50u) : confidence;
+    return g;
+  }
+
+  unsigned char m_head[3] = {};
+  unsigned int m_head_count = 0;
+  bool m_head_done = false;
+  Mark m_mark = Mark::none;
+
+  uint64 m_bytes = 0;  // after the mark
+  uint64 m_zeros[2] = {};
+  uint64 m_controls = 0;
+  uint64 m_high = 0;
+  std::bitset<256> m_seen[2];
+
+  unsigned int m_need = 0;
+  unsigned int m_lo = 0x80;
+  unsigned int m_hi = 0xBF;
+  uint64 m_utf8_bad = 0;
+  uint64 m_utf8_sequences = 0;
+
+  unsigned int m_even = 0;
+  uint64 m_units = 0;
+  Utf16_reading m_le;
+  Utf16_reading m_be;
+};
+
+}  // namespace
+
+const char* nym_encoding_name(Nym_text_encoding encoding) {
+  switch (encoding) {
+    case NYM_ENCODING_UTF8: return "UTF-8";
+    case NYM_ENCODING_UTF16LE: return "UTF-16LE";
+    case NYM_ENCODING_UTF16BE: return "UTF-16BE";
+    default: return "neither UTF-8 nor UTF-16";
+  }
+}
+
+Nym_encoding_guess nym_detect_encoding(const void* data, uint64 size) {
+  if (data == nullptr && size > 0) throw std::invalid_argument("nym_detect_encoding - null data.");
+  Evidence evidence;
+  evidence.feed(static_cast<const unsigned char*>(data), size);
+  return evidence.finish(true);
+}
+
+Nym_encoding_guess nym_detect_encoding(const Nym_buffer* buffer, uint64 max_bytes, Nym_status& status) {
+  status.clear();
+  Evidence evidence;
+  if (buffer == nullptr) return evidence.finish(true);
+  Nym_unbuffered_istream in(*buffer, true, status);
+  if (status.is_error()) return evidence.finish(false);
+
+  unsigned char block[BLOCK] = {};
+  uint64 left = max_bytes;
+  bool whole = false;
+  while (left > 0) {
+    const uint64 want = std::min(BLOCK, left);
+    // A store that reports more than it was asked for is held to the request.
+    const uint64 got = std::min(in.read(want, block, status), want);
+    evidence.feed(block, got);
+    left -= got;
+    if (status.is_error()) {
+      whole = status.value() == NYM_S_END_OF_DATA;
+      break;
+    }
+    // A read that gives nothing and reports nothing would never end the walk.
+    if (got == 0) break;
+  }
+  if (status.value() == NYM_S_END_OF_DATA) status.clear();
+  return evidence.finish(whole);
+}
+
+Nym_encoding_guess nym_detect_encoding(const Nym_buffer* buffer, Nym_status& status) {
+  return nym_detect_encoding(buffer, NYM_NPOS, status);
+}
+
+}  // namespace nym
