@@ -1,6 +1,8 @@
 #include "nym/encoding_detect.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <bitset>
 #include <stdexcept>
 
@@ -29,6 +31,17 @@ bool is_text_unit(unsigned int u) {
   return (impl::NYM_UNICODE_BIT_TABLE[u] & impl::NYM_UNICODE_ASSIGNED) != 0;
 }
 
+// Whether the eight bytes at p are all 0x20 to 0x7E: there is nothing to count in them.
+bool is_printable_ascii(const unsigned char* p) {
+  constexpr std::uint64_t ONES = 0x0101010101010101u;
+  constexpr std::uint64_t HIGH = 0x8080808080808080u;
+  std::uint64_t x;
+  std::memcpy(&x, p, sizeof x);
+  const std::uint64_t del = x ^ (ONES * 0x7F);
+  // With no top bit set, (v - ONES * k) & ~v & HIGH is non-zero exactly when a byte is below k.
+  return ((x & HIGH) | ((x - ONES * 0x20) & ~x & HIGH) | ((del - ONES) & ~del & HIGH)) == 0;
+}
+
 // One byte order's reading of the units: those that can't stand in text.
 struct Utf16_reading {
   bool pending_high = false;
@@ -48,16 +61,27 @@ struct Utf16_reading {
 // The evidence of a sample, gathered block by block so that a store's short reads and the
 // block boundaries change nothing: the first three bytes wait until the mark is decided, a
 // UTF-8 sequence and a UTF-16 unit may span any two feeds.
+//
+// Most text is clean UTF-8, which needs none of the UTF-16 evidence, the costly part. So a
+// light walk gathers only what UTF-8 needs; it gives up (feed answers false) at a UTF-16 mark
+// or a zero byte, and after finish() asks for the full walk (full_needed) unless clean UTF-8
+// decided the answer. The full walk then starts again from the first byte.
 class Evidence {
  public:
-  void feed(const unsigned char* p, uint64 n) {
+  explicit Evidence(bool full) : m_full(full) {}
+
+  bool feed(const unsigned char* p, uint64 n) {
     while (!m_head_done && n > 0) {
       m_head[m_head_count++] = *p++;
       --n;
       if (m_head_count == 3) decide_mark();
     }
-    take(p, n);
+    if (m_full) take_full(p, n);
+    else take_light(p, n);
+    return !m_gave_up;
   }
+
+  bool full_needed() const { return m_gave_up || m_full_needed; }
 
   // `whole`: the data end here, so a cut character or a lone last byte counts against them.
   Nym_encoding_guess finish(bool whole) {
@@ -71,7 +95,10 @@ class Evidence {
       if (m_le.pending_high) ++m_le.bad;
       if (m_be.pending_high) ++m_be.bad;
     }
-    return judge();
+    bool utf16_weighed = false;
+    const Nym_encoding_guess g = judge(utf16_weighed);
+    m_full_needed = !m_full && utf16_weighed;
+    return g;
   }
 
  private:
@@ -88,10 +115,35 @@ class Evidence {
       m_mark = Mark::utf16be;
       skip = 2;
     }
-    take(m_head + skip, m_head_count - skip);
+    if (m_mark == Mark::utf16le || m_mark == Mark::utf16be) m_gave_up = !m_full;
+    if (m_full) take_full(m_head + skip, m_head_count - skip);
+    else take_light(m_head + skip, m_head_count - skip);
   }
 
-  void take(const unsigned char* p, uint64 n) {
+  void take_light(const unsigned char* p, uint64 n) {
+    const unsigned char* const end = p + n;
+    while (p < end && !m_gave_up) {
+      if (m_need == 0) {
+        while (end - p >= 8 && is_printable_ascii(p)) {
+          p += 8;
+          m_bytes += 8;
+        }
+        if (p == end) break;
+      }
+      const unsigned int b = *p++;
+      if (b == 0) {
+        ++m_zeros[m_bytes & 1];
+        m_gave_up = m_mark != Mark::utf8;
+      } else if ((b < 0x20 && !is_text_control(b)) || b == 0x7F) {
+        ++m_controls;
+      }
+      if (b >= 0x80) ++m_high;
+      utf8_step(b);
+      ++m_bytes;
+    }
+  }
+
+  void take_full(const unsigned char* p, uint64 n) {
     for (const unsigned char* const end = p + n; p < end; ++p) {
       const unsigned int b = *p;
       const unsigned int parity = static_cast<unsigned int>(m_bytes & 1);
@@ -154,8 +206,10 @@ class Evidence {
   }
   bool coherent(unsigned int high) const { return distinct(high) * 2 <= distinct(1 - high); }
 
-  Nym_encoding_guess judge() const {
+  // `utf16_weighed`: whether the answer rests on UTF-16 evidence.
+  Nym_encoding_guess judge(bool& utf16_weighed) const {
     Nym_encoding_guess g;
+    utf16_weighed = false;
     const uint64 zeros = m_zeros[0] + m_zeros[1];
     const bool text_bytes = m_controls * 20 <= m_bytes;
     const bool seven_bit = m_high == 0 && zeros == 0;
@@ -166,6 +220,7 @@ class Evidence {
       return g;
     }
     if (m_mark != Mark::none) {
+      utf16_weighed = true;
       const bool le = m_mark == Mark::utf16le;
       const Utf16_reading& r = le ? m_le : m_be;
       const bool contradicted = le ? strong_utf16(m_be, 0) && !strong_utf16(m_le, 1)
@@ -187,7 +242,8 @@ class Evidence {
     const bool le_strong = strong_utf16(m_le, 1);
     const bool be_strong = strong_utf16(m_be, 0);
     unsigned int confidence = 0;
-    if (utf8_mostly && zeros == 0) {
+    utf16_weighed = !(utf8_mostly && zeros == 0);
+    if (!utf16_weighed) {
       g.encoding = NYM_ENCODING_UTF8;
       if (m_utf8_bad > 0) confidence = 75;
       else if (m_high == 0 || m_utf8_sequences >= 4) confidence = 100;
@@ -211,6 +267,10 @@ class Evidence {
     g.confidence = m_bytes < SHORT_SAMPLE ? std::min(confidence, 50u) : confidence;
     return g;
   }
+
+  const bool m_full;
+  bool m_gave_up = false;
+  bool m_full_needed = false;
 
   unsigned char m_head[3] = {};
   unsigned int m_head_count = 0;
@@ -248,18 +308,25 @@ const char* nym_encoding_name(Nym_text_encoding encoding) {
 
 Nym_encoding_guess nym_detect_encoding(const void* data, uint64 size) {
   if (data == nullptr && size > 0) throw std::invalid_argument("nym_detect_encoding - null data.");
-  Evidence evidence;
-  evidence.feed(static_cast<const unsigned char*>(data), size);
-  return evidence.finish(true);
+  const auto* bytes = static_cast<const unsigned char*>(data);
+  Evidence light(false);
+  if (light.feed(bytes, size)) {
+    const Nym_encoding_guess g = light.finish(true);
+    if (!light.full_needed()) return g;
+  }
+  Evidence full(true);
+  full.feed(bytes, size);
+  return full.finish(true);
 }
 
-Nym_encoding_guess nym_detect_encoding(const Nym_buffer* buffer, uint64 max_bytes, Nym_status& status) {
-  status.clear();
-  Evidence evidence;
-  if (buffer == nullptr) return evidence.finish(true);
-  Nym_unbuffered_istream in(*buffer, true, status);
-  if (status.is_error()) return evidence.finish(false);
+namespace {
 
+// Feeds the buffer from its start until the evidence gives up, `max_bytes` have come, or an
+// error; answers whether the data ended there. End of data is cleared, other errors stay.
+bool walk(const Nym_buffer& buffer, uint64 max_bytes, Evidence& evidence, Nym_status& status) {
+  status.clear();
+  Nym_unbuffered_istream in(buffer, true, status);
+  if (status.is_error()) return false;
   unsigned char block[BLOCK] = {};
   uint64 left = max_bytes;
   bool whole = false;
@@ -267,8 +334,8 @@ Nym_encoding_guess nym_detect_encoding(const Nym_buffer* buffer, uint64 max_byte
     const uint64 want = std::min(BLOCK, left);
     // A store that reports more than it was asked for is held to the request.
     const uint64 got = std::min(in.read(want, block, status), want);
-    evidence.feed(block, got);
     left -= got;
+    if (!evidence.feed(block, got)) break;
     if (status.is_error()) {
       whole = status.value() == NYM_S_END_OF_DATA;
       break;
@@ -277,7 +344,24 @@ Nym_encoding_guess nym_detect_encoding(const Nym_buffer* buffer, uint64 max_byte
     if (got == 0) break;
   }
   if (status.value() == NYM_S_END_OF_DATA) status.clear();
-  return evidence.finish(whole);
+  return whole;
+}
+
+}  // namespace
+
+Nym_encoding_guess nym_detect_encoding(const Nym_buffer* buffer, uint64 max_bytes, Nym_status& status) {
+  status.clear();
+  if (buffer == nullptr) return Evidence(true).finish(true);
+  Evidence light(false);
+  bool whole = walk(*buffer, max_bytes, light, status);
+  if (!light.full_needed()) {
+    const Nym_encoding_guess g = light.finish(whole);
+    if (!light.full_needed()) return g;
+  }
+  // The buffer is read a second time: a writer it had has left by now, or the limit held.
+  Evidence full(true);
+  whole = walk(*buffer, max_bytes, full, status);
+  return full.finish(whole);
 }
 
 Nym_encoding_guess nym_detect_encoding(const Nym_buffer* buffer, Nym_status& status) {
