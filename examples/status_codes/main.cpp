@@ -19,7 +19,7 @@ int main() {
   // Below facility 0x100 only errors keep their severity: a warning HRESULT becomes a success.
   check(Nym_status(0x40070005u).value() == 0x70005u && Nym_status(0x40070005u).is_success(), "rewritten");
   // From facility 0x100 up a code stands as given: give a product's codes a facility of its
-  // own there (0x100 to 0xFFF, not the library's 0x200), with any severity.
+  // own there (0x100 to 0x7FF, not the library's 0x200), with any severity.
   check(Nym_status(0x82FD0002u).is_warning() && Nym_status(0x82FD0002u).ok(), "a product's warning");
   check(Nym_status(0xC2000019u).facility() == NYM_FACILITY, "the library's facility");
 
