@@ -15,28 +15,18 @@ using namespace nym;
 namespace {
 
 const char* const ENGLISH = "The quick brown fox jumps over the lazy dog.\r\nPack my box with five dozen liquor jugs.\r\n";
-const char* const FRENCH_GERMAN =
-    "Le c\u00e2ble d\u00e9\u00e7u mais l'\u00e2me plut\u00f4t na\u00efve, Lou\u00ffs r\u00eava de crapa\u00fcter. "
-    "Zw\u00f6lf Boxk\u00e4mpfer jagen Viktor quer \u00fcber den gro\u00dfen Sylter Deich.\n";
-const char* const GREEK = "\u039e\u03b5\u03c3\u03ba\u03b5\u03c0\u03ac\u03b6\u03c9 \u03c4\u03b7\u03bd "
-                          "\u03c8\u03c5\u03c7\u03bf\u03c6\u03b8\u03cc\u03c1\u03b1 "
-                          "\u03b2\u03b4\u03b5\u03bb\u03c5\u03b3\u03bc\u03af\u03b1.\n";
-const char* const JAPANESE = "\u543e\u8f29\u306f\u732b\u3067\u3042\u308b\u3002\u540d\u524d\u306f\u307e\u3060"
-                             "\u7121\u3044\u3002\u3069\u3053\u3067\u751f\u308c\u305f\u304b\u3068\u3093\u3068"
-                             "\u898b\u5f53\u304c\u3064\u304b\u306c\u3002";
+const char* const FRENCH_GERMAN = "Le câble déçu mais l'âme plutôt naïve, Louÿs rêva de crapaüter. "
+                                  "Zwölf Boxkämpfer jagen Viktor quer über den großen Sylter Deich.\n";
+const char* const GREEK = "Ξεσκεπάζω την ψυχοφθόρα βδελυγμία.\n";
+const char* const JAPANESE = "吾輩は猫である。名前はまだ無い。どこで生れたかとんと見当がつかぬ。";
 // Windows-1252: curly quotes, an en dash, an ellipsis and the euro sign, all in 0x80..0x9F.
 const char* const CP1252 = "\x93Smart quotes\x94 \x96 five\x85 costs \x80" "5, na\xefve caf\xe9.\r\n";
 
 std::string utf16(const char* utf8, bool big_endian) {
   Wstring w;
   nym_utf8_to_utf16(utf8, w);
-  std::string bytes;
-  for (const Wchar u : w) {
-    const char lo = static_cast<char>(u & 0xFF);
-    const char hi = static_cast<char>(u >> 8);
-    bytes += big_endian ? hi : lo;
-    bytes += big_endian ? lo : hi;
-  }
+  std::string bytes(reinterpret_cast<const char*>(w.data()), w.size() * 2);  // the host's order
+  for (std::size_t i = 0; big_endian && i + 1 < bytes.size(); i += 2) std::swap(bytes[i], bytes[i + 1]);
   return bytes;
 }
 
@@ -55,12 +45,6 @@ std::string pseudo_random(std::size_t n) {
     x = x * 1103515245u + 12345u;
     bytes += static_cast<char>(x >> 23);
   }
-  return bytes;
-}
-
-std::string little_endian_ints() {
-  std::string bytes;
-  for (unsigned int v = 0; v < 200; v += 7) bytes.append(reinterpret_cast<const char*>(&v), 4);
   return bytes;
 }
 
@@ -103,7 +87,6 @@ TEST(EncodingDetectTest, RealSamplesAnswerWhatAPersonWouldName) {
       {"Latin-1 prose", latin1(FRENCH_GERMAN), NYM_ENCODING_NEITHER, false, false, 100, 100},
       {"Windows-1252 prose", CP1252, NYM_ENCODING_NEITHER, false, false, 100, 100},
       {"random bytes", pseudo_random(600), NYM_ENCODING_NEITHER, false, false, 100, 100},
-      {"little-endian integers", little_endian_ints(), NYM_ENCODING_NEITHER, false, false, 100, 100},
       {"a program header", std::string("MZ\x90\0\x03\0\0\0\x04\0\0\0\xFF\xFF\0\0\xB8\0\0\0", 20),
        NYM_ENCODING_NEITHER, false, false, 100, 100},
       {"empty", "", NYM_ENCODING_UTF8, false, true, 0, 0},
@@ -136,7 +119,7 @@ TEST(EncodingDetectTest, RealSamplesAnswerWhatAPersonWouldName) {
 
 TEST(EncodingDetectTest, ACharacterCutByTheLimitCountsAgainstNothing) {
   const std::string prose = FRENCH_GERMAN;
-  const uint64 cut = prose.find("\u00e9") + 1;  // inside the two bytes of é
+  const uint64 cut = prose.find("é") + 1;  // inside the two bytes of é
   Nym_status status;
   const Nym_encoding_guess limited = from_store(prose, 3, cut, status);
   EXPECT_TRUE(status.is_clear());

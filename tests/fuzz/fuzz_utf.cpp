@@ -2,7 +2,6 @@
 // must equal, byte for byte, and the round trip that holds for well-formed text. The first
 // byte picks the direction. The encoding detector gives one answer however a store hands the
 // bytes out.
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -13,6 +12,7 @@
 #include "nym/func_buffer.h"
 #include "nym/utf.h"
 #include "text/utf_walk.h"
+#include "../buffer/open_store.h"
 
 using namespace nym;
 
@@ -93,34 +93,11 @@ void utf16_side(const unsigned char* data, std::size_t size) {
   }
 }
 
-// Hands out at most `step` bytes a read.
-class Step_functor : public Nym_buffer_functor {
- public:
-  Step_functor(const unsigned char* data, std::size_t size, uint64 step) : m_data(data), m_size(size), m_step(step) {}
-  uint64 read(bool, int64& position, uint64 count, void* out, Nym_status& status) override {
-    status.clear();
-    if (static_cast<uint64>(position) >= m_size) {
-      status = NYM_S_END_OF_DATA;
-      return 0;
-    }
-    const uint64 n = std::min({count, m_step, m_size - static_cast<uint64>(position)});
-    std::memcpy(out, m_data + position, n);
-    position += static_cast<int64>(n);
-    return n;
-  }
-  int64 size() override { return static_cast<int64>(m_size); }
-  void truncate(int64, Nym_status& status) override { status = NYM_S_WRITE_FAILED; }
-
- private:
-  const unsigned char* m_data;
-  std::size_t m_size;
-  uint64 m_step;
-};
-
 void detect_side(const unsigned char* data, std::size_t size, uint64 step) {
   const Nym_encoding_guess whole = nym_detect_encoding(data, size);
   check(whole.confidence <= 100 && whole.mark_size() <= size);
-  const Nym_func_buffer buffer(new Step_functor(data, size, step));
+  const std::string bytes(reinterpret_cast<const char*>(data), size);
+  const Nym_func_buffer buffer(new nym_test::Trickle_functor(bytes, step));
   Nym_status status;
   const Nym_encoding_guess stepped = nym_detect_encoding(&buffer, status);
   check(status.is_clear() && stepped.encoding == whole.encoding && stepped.mark == whole.mark &&
