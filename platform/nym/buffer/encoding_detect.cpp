@@ -1,9 +1,9 @@
 #include "nym/encoding_detect.h"
 
 #include <algorithm>
+#include <bitset>
 #include <cstdint>
 #include <cstring>
-#include <bitset>
 #include <stdexcept>
 
 #include "nym/istream.h"

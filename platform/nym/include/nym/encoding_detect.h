@@ -52,6 +52,7 @@ NYM_API Nym_encoding_guess nym_detect_encoding(const void* data, uint64 size);
 
 // Judges the buffer from its start, read through a blocking Nym_unbuffered_istream (so a
 // buffer with a writer is judged once the writer has left, or once `max_bytes` have come).
+// Clean UTF-8 is judged in one light walk; anything else is read a second time from the start.
 // Only the first `max_bytes` bytes are read; a character cut by that limit counts against
 // nothing. The status is cleared first; end of data is cleared, and any other error of the
 // store stays, the answer then judging what was read before it. A null buffer answers as
