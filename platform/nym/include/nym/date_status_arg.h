@@ -2,8 +2,9 @@
 //
 // They keep the contract of every Nym_status_arg (status_arg.h): equality by kind first, so a
 // date never equals a date and time of the same day; clone makes a heap copy that a status
-// owns and releases through destroy. Their text, the one messages insert, follows the
-// process's C locale: %X, %x and %c of the value. A Nym_date_and_time_status_arg compares as
+// owns and releases through destroy. Their text, the one messages insert, is %X, %x or %c of
+// the value: the time through the C run-time's strftime (its locale, "C" by default), the
+// date in the order and with the separator of the thread's Windows locale. A Nym_date_and_time_status_arg compares as
 // its value does, so 12:00 EST equals 17:00 GMT. Not synchronised, as every argument.
 #ifndef NYM_DATE_STATUS_ARG_H
 #define NYM_DATE_STATUS_ARG_H

@@ -2,7 +2,8 @@
 // (Nym_messages_list) and the process-wide lookup (Nym_status_lookup).
 //
 // The words come from message-table resources in separate library files, one per product
-// family, loaded at run time by the system's ordinary search for libraries. A family's file is
+// family, loaded at run time with LoadLibraryW and the bare file name (the system's ordinary
+// search: the program's folder first). A family's file is
 // its name followed by "res2208.dll": vornres2208.dll, sarmres2208.dll and so on. A code no file
 // knows is looked up in the system's own table, and failing that a mechanical text is built
 // ("Error 0xc2000019, <argument>, ..."), so a status always has some text.

@@ -11,6 +11,7 @@
 #include "nym/date.h"
 #include "nym/date_and_time.h"
 #include "nym/date_status_arg.h"
+#include "nym/encoding_detect.h"
 #include "nym/exception.h"
 #include "nym/export.h"
 #include "nym/file_access.h"
