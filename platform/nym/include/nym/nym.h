@@ -12,6 +12,7 @@
 #include "nym/date_and_time.h"
 #include "nym/date_status_arg.h"
 #include "nym/encoding_detect.h"
+#include "nym/event.h"
 #include "nym/exception.h"
 #include "nym/export.h"
 #include "nym/file_access.h"
@@ -27,6 +28,8 @@
 #include "nym/path_query.h"
 #include "nym/quote.h"
 #include "nym/raw_memory_buffer.h"
+#include "nym/read_write_semaphore.h"
+#include "nym/semaphore.h"
 #include "nym/status.h"
 #include "nym/status_arg.h"
 #include "nym/stream_helpers.h"
@@ -46,6 +49,8 @@
 
 #if defined(_WIN32)
 #include "nym/acl.h"
+#include "nym/message_queue.h"
+#include "nym/mutex.h"
 #include "nym/security.h"
 #include "nym/security_id.h"
 #endif
