@@ -7,10 +7,15 @@
 #include <thread>
 
 #include "nym/istream.h"
+#include "nym/ostream.h"
+#include "nym/string_buffer.h"
+#include "nym/wstring_buffer.h"
+#include "open_store.h"
 #include "test_store.h"
 #include "watchdog.h"
 
 using namespace nym;
+using nym_test::Open;
 using nym_test::Test_store;
 
 namespace {
@@ -213,17 +218,131 @@ TEST(BufferTest, ReadersShareTheLockAndShutTheWriterOut) {
 TEST(BufferTest, LastReaderOutReleasesForTheWriter) {
   nym_test::Watchdog watchdog("LastReaderOutReleasesForTheWriter");
   Test_store store;
+  std::atomic<int> stage{0};
   store.lock_for_reading();
   std::thread second([&] {
     store.lock_for_reading();
+    stage = 1;
+    until([&] { return stage.load() == 2; });
+    store.unlock_for_reading();
   });
-  second.join();
+  until([&] { return stage.load() == 1; });
   store.unlock_for_reading();  // the first reader leaves; the second still reads
-  std::thread last([&] { store.unlock_for_reading(); });
-  last.join();
+  stage = 2;
+  second.join();
   store.append("x");  // would hang if the group had not released the writer lock
   Nym_status status;
   EXPECT_EQ(store.size(false, status), 1);
+}
+
+namespace {
+
+std::string all_bytes(const Nym_buffer& store) {
+  Nym_status status;
+  Nym_unbuffered_istream in(store, false, status);
+  std::string bytes(64, '\0');
+  bytes.resize(in.read_at(0, bytes.size(), &bytes[0], status));
+  return bytes;
+}
+
+// Thread A reads first, so it took the writer lock for the group; B starts reading; A stops
+// and writes while B is still inside. A's write must wait for B, whose read sees one version.
+template <class Store>
+void check_write_waits_for_the_group_it_opened(Store& store) {
+  Nym_status status;
+  Nym_ostream out(store, status);
+  const std::string before = all_bytes(store);
+  std::atomic<bool> b_in{false};
+  std::atomic<bool> a_writing{false};
+  std::atomic<bool> written{false};
+  bool written_early = true;
+  std::string seen;
+  store.lock_for_reading();
+  std::thread b([&] {
+    store.lock_for_reading();
+    b_in = true;
+    until([&] { return a_writing.load(); });
+    for (int i = 0; i < 2000; ++i) std::this_thread::yield();
+    written_early = written.load();
+    seen = all_bytes(store);
+    store.unlock_for_reading();
+  });
+  until([&] { return b_in.load(); });
+  store.unlock_for_reading();
+  a_writing = true;
+  out.write(4, "XXXX", status);
+  written = true;
+  b.join();
+  EXPECT_FALSE(written_early) << "the write got in beside a reader";
+  EXPECT_EQ(seen, before);
+  EXPECT_EQ(all_bytes(store).substr(0, 4), "XXXX");
+}
+
+}  // namespace
+
+TEST(BufferLockTest, AReaderThatWritesWaitsForTheRestOfItsGroup) {
+  nym_test::Watchdog watchdog("AReaderThatWritesWaitsForTheRestOfItsGroup");
+  Nstring narrow = "abcdefgh";
+  Open<Nym_string_buffer> narrow_store(narrow, false);
+  check_write_waits_for_the_group_it_opened(narrow_store);
+  Wstring wide = u"abcdefgh";
+  Open<Nym_wstring_buffer> wide_store(wide);
+  check_write_waits_for_the_group_it_opened(wide_store);
+}
+
+// Waiting for the readers to leave would wait for itself: the write raises, whether this
+// thread opened the group or joined it.
+TEST(BufferLockTest, AWriteUnderItsOwnReadLockRaises) {
+  nym_test::Watchdog watchdog("AWriteUnderItsOwnReadLockRaises");
+  for (bool first : {true, false}) {
+    Nstring text = "abc";
+    Open<Nym_string_buffer> store(text, false);
+    Nym_status status;
+    Nym_ostream out(store, status);
+    std::atomic<int> stage{first ? 1 : 0};
+    std::thread other([&] {
+      if (first) return;
+      store.lock_for_reading();
+      stage = 1;
+      until([&] { return stage.load() == 2; });
+      store.unlock_for_reading();
+    });
+    until([&] { return stage.load() == 1; });
+    store.lock_for_reading();
+    try {
+      out.write(1, "x", status);
+      ADD_FAILURE() << "no exception; first: " << first;
+    } catch (const std::logic_error& e) {
+      EXPECT_STREQ(e.what(), "Nym_buffer::write_lock - this thread holds a read lock on the buffer.");
+    }
+    store.unlock_for_reading();
+    stage = 2;
+    other.join();
+    out.write(1, "x", status);
+    EXPECT_EQ(text, "xbc");
+  }
+}
+
+// A read inside the writer's own write lock is covered by it, and opens no door to others.
+TEST(BufferLockTest, AReadInsideTheWriteKeepsOtherReadersOut) {
+  nym_test::Watchdog watchdog("AReadInsideTheWriteKeepsOtherReadersOut");
+  Nstring text = "abc";
+  Open<Nym_string_buffer> store(text, false);
+  store.lock_for_writing();
+  store.lock_for_reading();
+  std::atomic<bool> read{false};
+  std::thread reader([&] {
+    all_bytes(store);
+    read = true;
+  });
+  for (int i = 0; i < 2000; ++i) std::this_thread::yield();
+  EXPECT_FALSE(read.load());
+  store.unlock_for_reading();
+  for (int i = 0; i < 2000; ++i) std::this_thread::yield();
+  EXPECT_FALSE(read.load());
+  store.unlock_for_writing();
+  reader.join();
+  EXPECT_TRUE(read.load());
 }
 
 struct Advance_case {

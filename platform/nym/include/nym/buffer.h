@@ -8,9 +8,15 @@
 //
 // Locking: readers share the store and shut the writer out as a group. The first reader in
 // takes the writer lock (a Nym_critical) on behalf of all, the last one out releases it, and
-// a spin word guards the reader count and the list of sleeping readers. The writer lock is
-// taken only while the spin word is held on the read side, and nothing else is locked under
-// either. Connection counts are atomic and read without a lock.
+// a spin word guards the reader count, the threads that hold read locks and the lists of
+// sleepers. A writer waits until the last reader has left, also when its own thread was the
+// group's first reader (the recursive lock would let it in at once): it then sleeps until the
+// last reader out wakes it. A read inside the writer's own write lock is covered by that lock.
+// A write by a thread that holds a read lock on the same buffer would wait for itself for
+// ever: it raises std::logic_error instead. The writer lock is taken only while the spin word
+// is held on the read side, the spin word never while the writer lock is held for a write,
+// and nothing else is locked under either. Connection counts are atomic and read without a
+// lock.
 //
 // Every store's read and write follow the same rules, so that streams need not know the store:
 // - read clears the status, holds the read lock, copies what lies between the position and the
@@ -27,6 +33,7 @@
 #ifndef NYM_BUFFER_H
 #define NYM_BUFFER_H
 
+#include <cstdint>
 #include <vector>
 
 #include "nym/atomic.h"
@@ -89,6 +96,8 @@ class NYM_API Nym_buffer {
   virtual void truncate(int64 size, Nym_status& status) = 0;
 
   virtual void read_lock() const;
+  // Raises std::logic_error "Nym_buffer::write_lock - this thread holds a read lock on the
+  // buffer." rather than wait for itself.
   virtual void write_lock() const;
   virtual void read_unlock() const;
   virtual void write_unlock() const;
@@ -137,8 +146,19 @@ class NYM_API Nym_buffer {
   friend class Nym_istream;
   friend class Nym_ostream;
 
+  // A thread's read locks on this buffer.
+  struct Reader_thread {
+    std::uintptr_t thread;
+    unsigned int depth;
+  };
+
   void take_spin() const;
   void release_spin() const;
+  // Under the spin word: the entry of `thread` among the readers, or the end.
+  std::vector<Reader_thread>::iterator reader_entry(std::uintptr_t thread) const;
+  // For a writer that holds the writer lock only on the group's behalf: sleeps until the
+  // last reader has left.
+  void wait_for_readers() const;
 
   // Sleeping readers: thread handles on Windows, owned until signal() closes them.
   mutable std::vector<void*> m_waiters;
@@ -149,6 +169,16 @@ class NYM_API Nym_buffer {
   mutable Nym_critical m_writer_lock;
   mutable unsigned int m_readers = 0;
   unsigned int m_id = 0;
+  // Who holds the read locks counted in m_readers (under the spin word).
+  mutable std::vector<Reader_thread> m_reader_threads;
+  // 1 while the reader group holds the writer lock; read without the spin word.
+  mutable int m_group_in = 0;
+  // The thread holding the writer lock for writing (0: none), read without a lock, and how
+  // often it holds it.
+  mutable std::uintptr_t m_writer_thread = 0;
+  mutable unsigned int m_writer_depth = 0;
+  // The writer asleep in wait_for_readers (under the spin word).
+  mutable void* m_writer_waiter = nullptr;
 
   static Nym_atomic_counter<unsigned int> m_id_generator;
 };
