@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "buffer_platform.h"
+#include "store_counts.h"
 
 namespace nym {
 
@@ -262,6 +263,16 @@ void Nym_buffer::wait() const {
 void Nym_buffer::signal() const {
   for (void* waiter : m_waiters) impl::buffer_wake(waiter);
   m_waiters.clear();
+}
+
+uint64 Nym_buffer::read_of(const Nym_buffer& other, bool wait, int64& position, uint64 count, void* data,
+                           Nym_status& status) {
+  const uint64 asked = impl::count_within_positions(position, count);
+  if (asked == 0 && count != 0) {
+    status = NYM_S_END_OF_DATA;  // nothing lies beyond the last position
+    return 0;
+  }
+  return impl::answered(other.read(wait, position, asked, data, status), asked);
 }
 
 void Nym_buffer::seek_within(Nym_seek_mode mode, int64 offset, int64& position, int64 end, Nym_status& status) {

@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "buffer/store_counts.h"
 #include "nym/buffer.h"
 #include "nym/ostream.h"
 #include "nym/status.h"
@@ -68,7 +69,7 @@ void nym_utf16_to_utf8(Nym_istream& in, Nym_ostream& out, Nym_status& status) {
   std::size_t kept = 0;
   Nstring text;
   while (!status.is_error()) {
-    const uint64 got = in.read(BLOCK, bytes + kept, status);
+    const uint64 got = impl::answered(in.read(BLOCK, bytes + kept, status), BLOCK);
     // A read that gives nothing and reports nothing would never end the loop: it ends it as
     // the end of the data does.
     const bool ended = got == 0 && (!status.is_error() || status == NYM_S_END_OF_DATA);

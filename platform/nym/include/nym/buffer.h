@@ -22,6 +22,7 @@
 // - read clears the status, holds the read lock, copies what lies between the position and the
 //   end (up to the count), moves the position and answers the amount; a short read is normal.
 // - At or beyond the end, with `wait` false or no writer connected: NYM_S_END_OF_DATA and 0.
+//   Below position 0: NYM_S_READ_FAILED and 0 (a function store leaves that to its functor).
 //   With `wait` true and a writer connected: the reader sleeps in wait() and looks again.
 // - write clears the status, holds the write lock, stores, moves the position, and calls
 //   signal() before it unlocks. A count of 0 changes nothing and signals nothing.
@@ -132,11 +133,11 @@ class NYM_API Nym_buffer {
   // NYM_S_READ_FAILED, the end without a writer NYM_S_END_OF_DATA.
   uint64 read_contiguous(bool wait, int64& position, uint64 count, void* data, Nym_status& status,
                          Contiguous_bytes bytes, uint64 unit) const;
-  // The protected operations of another store, for stores built on stores (a window, a chain).
+  // The protected operations of another store, for stores built on stores (a window, a chain)
+  // and for the streams. read_of asks no more than the positions from `position` can hold (at
+  // the last position: NYM_S_END_OF_DATA without asking) and believes no more than it asked.
   static uint64 read_of(const Nym_buffer& other, bool wait, int64& position, uint64 count, void* data,
-                        Nym_status& status) {
-    return other.read(wait, position, count, data, status);
-  }
+                        Nym_status& status);
   static void seek_of(const Nym_buffer& other, Nym_seek_mode mode, int64 offset, int64& position,
                       Nym_status& status) {
     other.seek(mode, offset, position, status);
