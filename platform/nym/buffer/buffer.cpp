@@ -114,9 +114,13 @@ int64 Nym_buffer::size(bool wait_for_writer, Nym_status& status) const {
   return status.is_error() ? 0 : position;
 }
 
-void Nym_buffer::take_spin() const {
+// The spin word is taken on every read: the compiler's atomics here, inline, rather than
+// calls of the exported ones.
+inline void Nym_buffer::take_spin() const {
+  int free_word = 0;
+  if (__atomic_compare_exchange_n(&m_spin, &free_word, 1, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED)) return;
   const bool alone = processors() < 2;
-  while (atomic::xcompexch(&m_spin, 1, 0) != 0) {
+  for (;;) {
     if (alone) {
       impl::buffer_yield();
     } else {
@@ -124,14 +128,21 @@ void Nym_buffer::take_spin() const {
       __builtin_ia32_pause();
 #endif
     }
+    free_word = 0;
+    if (__atomic_compare_exchange_n(&m_spin, &free_word, 1, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED)) return;
   }
 }
 
-void Nym_buffer::release_spin() const { atomic::xexchange(&m_spin, 0); }
+inline void Nym_buffer::release_spin() const { __atomic_store_n(&m_spin, 0, __ATOMIC_RELEASE); }
 
-std::vector<Nym_buffer::Reader_thread>::iterator Nym_buffer::reader_entry(std::uintptr_t thread) const {
-  return std::find_if(m_reader_threads.begin(), m_reader_threads.end(),
-                      [thread](const Reader_thread& entry) { return entry.thread == thread; });
+Nym_buffer::Reader_thread* Nym_buffer::reader_entry(std::uintptr_t thread) const {
+  for (unsigned int i = 0; i < m_reader_slots_used; ++i) {
+    if (m_reader_slots[i].thread == thread) return &m_reader_slots[i];
+  }
+  for (Reader_thread& entry : m_more_readers) {
+    if (entry.thread == thread) return &entry;
+  }
+  return nullptr;
 }
 
 void Nym_buffer::read_lock() const {
@@ -140,12 +151,14 @@ void Nym_buffer::read_lock() const {
   // and opening the group now would let other readers in beside the write.
   if (load_shared(m_writer_thread) == self) return;
   take_spin();
-  const auto entry = reader_entry(self);
-  if (entry != m_reader_threads.end()) {
+  Reader_thread* const entry = reader_entry(self);
+  if (entry != nullptr) {
     ++entry->depth;
+  } else if (m_reader_slots_used < READER_SLOTS) {
+    m_reader_slots[m_reader_slots_used++] = Reader_thread{self, 1};
   } else {
     try {
-      m_reader_threads.push_back(Reader_thread{self, 1});
+      m_more_readers.push_back(Reader_thread{self, 1});
     } catch (...) {
       release_spin();
       throw;
@@ -162,10 +175,15 @@ void Nym_buffer::read_unlock() const {
   const std::uintptr_t self = impl::buffer_thread();
   if (load_shared(m_writer_thread) == self) return;
   take_spin();
-  const auto entry = reader_entry(self);
-  if (entry != m_reader_threads.end() && --entry->depth == 0) {
-    *entry = m_reader_threads.back();
-    m_reader_threads.pop_back();
+  Reader_thread* const entry = reader_entry(self);
+  if (entry != nullptr && --entry->depth == 0) {
+    // The last entry fills the gap, from the vector while it holds any.
+    if (!m_more_readers.empty()) {
+      *entry = m_more_readers.back();
+      m_more_readers.pop_back();
+    } else {
+      *entry = m_reader_slots[--m_reader_slots_used];
+    }
   }
   void* writer = nullptr;
   if (m_readers != 0 && --m_readers == 0) {
@@ -189,7 +207,7 @@ void Nym_buffer::write_lock() const {
   // sees the group in, as it is part of it.
   if (load_shared(m_group_in) != 0) {
     take_spin();
-    const bool reading = reader_entry(self) != m_reader_threads.end();
+    const bool reading = reader_entry(self) != nullptr;
     release_spin();
     if (reading) throw std::logic_error("Nym_buffer::write_lock - this thread holds a read lock on the buffer.");
   }
@@ -200,7 +218,7 @@ void Nym_buffer::write_lock() const {
     // that is still reading, and holds the lock on the group's behalf: give the recursion back
     // and wait, as any other writer does, for the last reader to leave.
     m_writer_lock.unlock();
-    wait_for_readers();
+    wait_for_readers(self);
   }
   m_writer_depth = 1;
   store_shared(m_writer_thread, self);
@@ -211,15 +229,19 @@ void Nym_buffer::write_unlock() const {
   m_writer_lock.unlock();
 }
 
-void Nym_buffer::wait_for_readers() const {
+void Nym_buffer::wait_for_readers(std::uintptr_t self) const {
   void* waiter = impl::buffer_new_waiter();
   if (waiter == nullptr) {
     impl::buffer_yield();  // nobody could wake this thread: poll
     return;
   }
+  // Only the thread that holds the writer lock for the group gets here, so the slot is free.
   take_spin();
   const bool readers_in = m_readers != 0;
-  if (readers_in) m_writer_waiter = waiter;
+  if (readers_in) {
+    m_writer_waiter = waiter;
+    m_writer_waiter_thread = self;
+  }
   release_spin();
   if (!readers_in) {
     impl::buffer_free_waiter(waiter);
@@ -227,9 +249,10 @@ void Nym_buffer::wait_for_readers() const {
   }
   impl::buffer_sleep(waiter);
   // Woken by something else than the last reader (another asynchronous call on Windows): the
-  // waiter is still listed, and the caller looks again.
+  // waiter is still listed, and the caller looks again. Known by its thread, not by its value,
+  // which a later writer's waiter may have once this one is freed.
   take_spin();
-  const bool still_listed = m_writer_waiter == waiter;
+  const bool still_listed = m_writer_waiter != nullptr && m_writer_waiter_thread == self;
   if (still_listed) m_writer_waiter = nullptr;
   release_spin();
   if (still_listed) impl::buffer_discard_waiter(waiter);

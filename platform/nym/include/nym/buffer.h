@@ -155,11 +155,11 @@ class NYM_API Nym_buffer {
 
   void take_spin() const;
   void release_spin() const;
-  // Under the spin word: the entry of `thread` among the readers, or the end.
-  std::vector<Reader_thread>::iterator reader_entry(std::uintptr_t thread) const;
+  // Under the spin word: the entry of `thread` among the readers, or null.
+  Reader_thread* reader_entry(std::uintptr_t thread) const;
   // For a writer that holds the writer lock only on the group's behalf: sleeps until the
   // last reader has left.
-  void wait_for_readers() const;
+  void wait_for_readers(std::uintptr_t self) const;
 
   // Sleeping readers: thread handles on Windows, owned until signal() closes them.
   mutable std::vector<void*> m_waiters;
@@ -170,16 +170,21 @@ class NYM_API Nym_buffer {
   mutable Nym_critical m_writer_lock;
   mutable unsigned int m_readers = 0;
   unsigned int m_id = 0;
-  // Who holds the read locks counted in m_readers (under the spin word).
-  mutable std::vector<Reader_thread> m_reader_threads;
+  // Who holds the read locks counted in m_readers (under the spin word): the first few in
+  // place, so that the reader path allocates nothing, the rest in a vector.
+  static constexpr unsigned int READER_SLOTS = 4;
+  mutable Reader_thread m_reader_slots[READER_SLOTS] = {};
+  mutable unsigned int m_reader_slots_used = 0;
+  mutable std::vector<Reader_thread> m_more_readers;
   // 1 while the reader group holds the writer lock; read without the spin word.
   mutable int m_group_in = 0;
   // The thread holding the writer lock for writing (0: none), read without a lock, and how
   // often it holds it.
   mutable std::uintptr_t m_writer_thread = 0;
   mutable unsigned int m_writer_depth = 0;
-  // The writer asleep in wait_for_readers (under the spin word).
+  // The writer asleep in wait_for_readers, and its thread (under the spin word).
   mutable void* m_writer_waiter = nullptr;
+  mutable std::uintptr_t m_writer_waiter_thread = 0;
 
   static Nym_atomic_counter<unsigned int> m_id_generator;
 };
