@@ -44,24 +44,6 @@ class Open : public Store {
   }
 };
 
-// Breaks the contract: fills what it is asked for, but claims 64 bytes more (and moves the
-// position by as much), up to a length of 100,000.
-class Overclaim_functor : public nym::Nym_buffer_functor {
- public:
-  nym::uint64 read(bool, nym::int64& position, nym::uint64 count, void* data, nym::Nym_status& status) override {
-    status.clear();
-    if (position < 0 || position >= 100000) {
-      status = nym::NYM_S_END_OF_DATA;
-      return 0;
-    }
-    std::memset(data, 'a', count);
-    position += static_cast<nym::int64>(std::min<nym::uint64>(count, 100000)) + 64;
-    return count + 64;
-  }
-  nym::int64 size() override { return 100000; }
-  void truncate(nym::int64, nym::Nym_status& status) override { status.clear(); }
-};
-
 // Gives at most `step` bytes a read (0 makes a broken store that gives nothing and no error).
 // Counts its destruction, its truncations and the `wait` flags it was passed.
 class Trickle_functor : public nym::Nym_buffer_functor {

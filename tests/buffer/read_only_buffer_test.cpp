@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstring>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -410,10 +411,24 @@ TEST(FuncBufferTest, WithoutFunctorEverythingReportsIt) {
   EXPECT_EQ(position, 3);
 }
 
+// Breaks the contract: fills what it is asked for, but claims 64 bytes more and moves the
+// position by as much, up to a length of 100,000.
+struct Overclaim_functor : Nym_buffer_functor {
+  uint64 read(bool, int64& position, uint64 count, void* data, Nym_status& status) override {
+    status = position >= 0 && position < 100000 ? 0u : NYM_S_END_OF_DATA;
+    if (status.is_error()) return 0;
+    std::memset(data, 'a', count);
+    position += static_cast<int64>(std::min<uint64>(count, 100000)) + 64;
+    return count + 64;
+  }
+  int64 size() override { return 100000; }
+  void truncate(int64, Nym_status& status) override { status.clear(); }
+};
+
 // Every reader of a store believes no more than it asked for: a functor that claims more
 // gives wrong bytes at worst, never a copy past the reader's array.
 TEST(FuncBufferTest, AFunctorThatClaimsMoreThanAskedIsBelievedNoFurther) {
-  Nym_func_buffer store(new nym_test::Overclaim_functor);
+  Nym_func_buffer store(new Overclaim_functor);
   Nym_status status;
   unsigned char flags = 0;
   bool ascii = false;
