@@ -46,7 +46,8 @@ struct Input {
     static const int64 edges[] = {0, 1, -1, -2, MIN, MAX, MAX - 1, MAX - 2, MAX - 5, MAX - 16384};
     const auto pick = next();
     if (pick < 2 * std::size(edges)) return edges[pick % std::size(edges)];
-    return far && pick % 3 == 0 ? static_cast<int64>(next(8)) : static_cast<int64>(next(2));
+    if (!far) return static_cast<int64>(next(2) % 4096);
+    return pick % 3 == 0 ? static_cast<int64>(next(8)) : static_cast<int64>(next(2));
   }
 };
 
@@ -139,7 +140,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
           const int64 at = in.position(false);
           to.write_at(at, in.next() % 4 * 2, "abcdefgh", status);
           to.writeln(narrow.substr(0, 6), status);
-          to.set_size(static_cast<int64>(in.next(2) & ~uint64{1}), status);
+          to.set_size(static_cast<int64>(in.next(2) % 4096 & ~uint64{1}), status);
           break;
         }
         case 6: {
