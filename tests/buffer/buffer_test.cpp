@@ -4,13 +4,20 @@
 #include <limits>
 #include <set>
 #include <stdexcept>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "nym/istream.h"
+#include "nym/ostream.h"
+#include "nym/string_buffer.h"
+#include "nym/wstring_buffer.h"
+#include "open_store.h"
 #include "test_store.h"
 #include "watchdog.h"
 
 using namespace nym;
+using nym_test::Open;
 using nym_test::Test_store;
 
 namespace {
@@ -224,6 +231,106 @@ TEST(BufferTest, LastReaderOutReleasesForTheWriter) {
   store.append("x");  // would hang if the group had not released the writer lock
   Nym_status status;
   EXPECT_EQ(store.size(false, status), 1);
+}
+
+namespace {
+
+std::string all_bytes(const Nym_buffer& store) {
+  Nym_status status;
+  Nym_unbuffered_istream in(store, false, status);
+  std::string bytes(64, '\0');
+  bytes.resize(in.read_at(0, bytes.size(), &bytes[0], status));
+  return bytes;
+}
+
+void spin_a_while() {
+  for (int i = 0; i < 2000; ++i) std::this_thread::yield();
+}
+
+// A reads first, so it took the writer lock for the group; B starts reading; A stops and
+// writes while B is still inside. A's write waits for B, whose read sees one version.
+template <class Store>
+void check_write_waits_for_the_group_it_opened(Store& store) {
+  Nym_status status;
+  Nym_ostream out(store, status);
+  const std::string before = all_bytes(store);
+  std::atomic<int> stage{0};
+  bool written_early = true;
+  std::string seen;
+  store.lock_for_reading();
+  std::thread b([&] {
+    store.lock_for_reading();
+    stage = 1;
+    until([&] { return stage.load() >= 2; });
+    spin_a_while();
+    written_early = stage.load() == 3;
+    seen = all_bytes(store);
+    store.unlock_for_reading();
+  });
+  until([&] { return stage.load() == 1; });
+  store.unlock_for_reading();
+  stage = 2;
+  out.write(4, "XXXX", status);
+  stage = 3;
+  b.join();
+  EXPECT_FALSE(written_early) << "the write got in beside a reader";
+  EXPECT_EQ(seen, before);
+  EXPECT_EQ(all_bytes(store).substr(0, 4), "XXXX");
+}
+
+}  // namespace
+
+TEST(BufferLockTest, AReaderThatWritesWaitsForTheRestOfItsGroup) {
+  nym_test::Watchdog watchdog("AReaderThatWritesWaitsForTheRestOfItsGroup");
+  Nstring narrow = "abcdefgh";
+  Open<Nym_string_buffer> narrow_store(narrow, false);
+  check_write_waits_for_the_group_it_opened(narrow_store);
+  Wstring wide = u"abcdefgh";
+  Open<Nym_wstring_buffer> wide_store(wide);
+  check_write_waits_for_the_group_it_opened(wide_store);
+}
+
+// A write under the thread's own read lock would wait for itself: it raises, in the thread that
+// opened the group and in those that joined it, beyond the few noted in place too. A read
+// under the thread's own write lock is covered by it, and lets no other reader in.
+TEST(BufferLockTest, TheLockAThreadHoldsDecidesItsNext) {
+  nym_test::Watchdog watchdog("TheLockAThreadHoldsDecidesItsNext");
+  Nstring text = "abc";
+  Open<Nym_string_buffer> store(text, false);
+  Nym_status status;
+  Nym_ostream out(store, status);
+  constexpr int READERS = 6;
+  std::atomic<int> holding{0};
+  std::atomic<int> raised{0};
+  std::vector<std::thread> readers;
+  for (int i = 0; i < READERS; ++i) {
+    readers.emplace_back([&] {
+      store.lock_for_reading();
+      ++holding;
+      until([&] { return holding.load() == READERS; });
+      try {
+        Nym_status own;
+        out.write_at(0, 1, "x", own);
+      } catch (const std::logic_error& e) {
+        if (std::string(e.what()) == "Nym_buffer::write_lock - this thread holds a read lock on the buffer.") ++raised;
+      }
+      store.unlock_for_reading();
+    });
+  }
+  for (auto& t : readers) t.join();
+  EXPECT_EQ(raised.load(), READERS);
+
+  store.lock_for_writing();
+  store.lock_for_reading();
+  std::atomic<bool> read{false};
+  std::thread reader([&] { read = !all_bytes(store).empty(); });
+  spin_a_while();
+  store.unlock_for_reading();
+  spin_a_while();
+  EXPECT_FALSE(read.load()) << "a reader got in beside the write";
+  store.unlock_for_writing();
+  reader.join();
+  EXPECT_TRUE(read.load());
 }
 
 struct Advance_case {

@@ -1,11 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <type_traits>
 
 #include "nym/istream.h"
+#include "nym/string_buffer.h"
 #include "test_store.h"
 #include "watchdog.h"
 
@@ -193,6 +196,38 @@ TYPED_TEST(IstreamTest, BlockingStreamFollowsTheWriter) {
   EXPECT_EQ(got, expected);
   EXPECT_EQ(reader_status.value(), NYM_S_END_OF_DATA);
   EXPECT_EQ(size_seen, static_cast<int64>(expected.size()));
+}
+
+// Positions set without a check, near both ends of the range: below 0 the store refuses the
+// read, at the last positions the data have ended, and no piece of a line comes from nothing.
+TYPED_TEST(IstreamTest, PositionsAtTheExtremesFailOrEndAsDocumented) {
+  Nstring text = "hello world\n";
+  Nym_string_buffer store(text, false);
+  Nym_status status;
+  TypeParam stream(store, false, status);
+  constexpr int64 MAX = std::numeric_limits<int64>::max();
+  for (const int64 at : {std::numeric_limits<int64>::min(), int64{-2}, MAX - 5, MAX - 1, MAX}) {
+    const unsigned int expected = at < 0 ? NYM_S_READ_FAILED : NYM_S_END_OF_DATA;
+    char data[4];
+    EXPECT_EQ(stream.read_at(at, sizeof data, data, status), 0u) << at;
+    EXPECT_EQ(status.value(), expected) << at;
+    EXPECT_FALSE(stream.size_greater_than(at)) << at;
+    stream.seek(at);
+    EXPECT_EQ(stream.read(sizeof data, data, status), 0u) << at;
+    EXPECT_EQ(status.value(), expected) << at;
+    Nstring line = "x";
+    Wstring wide = u"x";
+    EXPECT_EQ(stream.readln(10, line, status), NYM_EOL_ANY);
+    EXPECT_EQ(status.value(), expected) << at;
+    EXPECT_EQ(stream.wreadln_at(at, 10, wide, status), NYM_EOL_ANY);
+    EXPECT_EQ(status.value(), expected) << at;
+    EXPECT_TRUE(line.empty() && wide.empty()) << at;
+    EXPECT_EQ(stream.tell(), at);
+    if constexpr (std::is_same_v<TypeParam, Nym_buffered_istream>) {
+      EXPECT_THROW(stream.read_char(), std::runtime_error) << at;
+      EXPECT_THROW(stream.read_wchar(), std::runtime_error) << at;
+    }
+  }
 }
 
 TEST(BufferedIstreamTest, LargeReadCrossesTheWindow) {

@@ -27,6 +27,10 @@ class Open : public Store {
     this->seek(mode, offset, position, status);
   }
   void truncate_to(nym::int64 size, nym::Nym_status& status) { this->truncate(size, status); }
+  void lock_for_reading() const { this->read_lock(); }
+  void unlock_for_reading() const { this->read_unlock(); }
+  void lock_for_writing() const { this->write_lock(); }
+  void unlock_for_writing() const { this->write_unlock(); }
   // Reads everything from `position` without blocking; stops at the first error.
   std::string read_all(nym::int64 position, nym::Nym_status& status) const {
     std::string all;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstring>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -15,6 +16,9 @@
 #include "nym/raw_memory_buffer.h"
 #include "nym/string_buffer.h"
 #include "nym/sub_buffer.h"
+#include "nym/utf.h"
+#include "nym/utf_detect.h"
+#include "nym/wstring_buffer.h"
 #include "open_store.h"
 
 using namespace nym;
@@ -94,6 +98,28 @@ TEST(ReadOnlyBufferTest, RefuseWritersAndWrites) {
   }
 }
 
+// A window must not show what lies before it, nor any store what lies before its start.
+TEST(ReadOnlyBufferTest, EveryStoreRefusesANegativePosition) {
+  Nstring text = "SECRET-public";
+  Wstring wide = u"SECRET-public";
+  Nym_string_buffer narrow_store(text, false);
+  Nym_wstring_buffer wide_store(wide);
+  const auto raw_store = raw("SECRET-public");
+  Nym_sub_buffer window(narrow_store, 7, 13);
+  Nym_sub_buffer open_window(narrow_store, 7, Nym_sub_buffer::NO_END);
+  Nym_multi_buffer chain({&window}, false);
+  for (const Nym_buffer* store : std::initializer_list<const Nym_buffer*>{
+           &narrow_store, &wide_store, raw_store.get(), &window, &open_window, &chain}) {
+    for (const int64 at : {int64{-2}, int64{-6}, std::numeric_limits<int64>::min()}) {
+      Nym_status status;
+      Nym_unbuffered_istream in(*store, false, status);
+      char data[8];
+      EXPECT_EQ(in.read_at(at, 6, data, status), 0u) << at;
+      EXPECT_EQ(status.value(), NYM_S_READ_FAILED) << at;
+    }
+  }
+}
+
 // ---- Nym_raw_memory_buffer
 
 TEST(RawMemoryBufferTest, ReadsWithoutTouchingTheStatusAndNeverBlocks) {
@@ -108,11 +134,6 @@ TEST(RawMemoryBufferTest, ReadsWithoutTouchingTheStatusAndNeverBlocks) {
   EXPECT_EQ(store->read_at(true, position, std::numeric_limits<uint64>::max(), data, status), 1u);
   EXPECT_EQ(store->read_at(true, position, 1, data, status), 0u);
   EXPECT_EQ(status.value(), NYM_S_END_OF_DATA) << "the end, though wait was true";
-  position = -3;
-  status.clear();
-  EXPECT_EQ(store->read_at(false, position, 2, data, status), 0u);
-  EXPECT_EQ(status.value(), NYM_S_END_OF_DATA) << "nothing lies before the data";
-  EXPECT_EQ(position, -3);
 }
 
 TEST(RawMemoryBufferTest, SeekAndSize) {
@@ -388,6 +409,53 @@ TEST(FuncBufferTest, WithoutFunctorEverythingReportsIt) {
   EXPECT_EQ(status.value(), NYM_S_BAD_SEEK);
   func.seek_at(NYM_SEEK_BEGIN, 3, position, status);
   EXPECT_EQ(position, 3);
+}
+
+// Breaks the contract: fills what it is asked for, but claims 64 bytes more and moves the
+// position by as much, up to a length of 100,000.
+struct Overclaim_functor : Nym_buffer_functor {
+  uint64 read(bool, int64& position, uint64 count, void* data, Nym_status& status) override {
+    status = position >= 0 && position < 100000 ? 0u : NYM_S_END_OF_DATA;
+    if (status.is_error()) return 0;
+    std::memset(data, 'a', count);
+    position += static_cast<int64>(std::min<uint64>(count, 100000)) + 64;
+    return count + 64;
+  }
+  int64 size() override { return 100000; }
+  void truncate(int64, Nym_status& status) override { status.clear(); }
+};
+
+// Every reader of a store believes no more than it asked for: a functor that claims more
+// gives wrong bytes at worst, never a copy past the reader's array.
+TEST(FuncBufferTest, AFunctorThatClaimsMoreThanAskedIsBelievedNoFurther) {
+  Nym_func_buffer store(new Overclaim_functor);
+  Nym_status status;
+  unsigned char flags = 0;
+  bool ascii = false;
+  EXPECT_TRUE(nym_is_utf8(&store, flags, ascii, status));
+  EXPECT_TRUE(ascii);
+  nym_is_utf16(&store, 10, flags, status);
+  Nstring converted;
+  Nym_string_buffer target(converted, true);
+  {
+    Nym_unbuffered_istream in(store, false, status);
+    Nym_ostream out(target, status);
+    nym_utf16_to_utf8(in, out, status);
+    EXPECT_TRUE(status.ok());
+  }
+  Nym_buffered_istream in(store, false, status);
+  for (int i = 0; i < 20000; ++i) ASSERT_EQ(in.read_char(), 'a') << i;
+  for (int i = 0; i < 20000; ++i) ASSERT_EQ(in.read_wchar(), 0x6161u) << i;
+  Nstring line;
+  in.readln(10, line, status);
+  EXPECT_EQ(line, "aaaaaaaaaa");
+  Nstring ten(10, 'b');
+  Nym_string_buffer after(ten, false);
+  Nym_multi_buffer chain({&store, &after}, false);
+  Nym_unbuffered_istream chained(chain, false, status);
+  std::string got(50, '\0');
+  EXPECT_EQ(chained.read(got.size(), &got[0], status), 50u);
+  EXPECT_EQ(got, std::string(50, 'a'));
 }
 
 TEST(FuncBufferTest, PassesToTheFunctor) {

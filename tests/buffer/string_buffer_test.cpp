@@ -116,11 +116,14 @@ TEST(StringBufferTest, BadWritesChangeNothing) {
   EXPECT_TRUE(status.is_clear());
   EXPECT_EQ(position, 0);
 
-  position = -1;
-  buffer.write_at(position, 1, "x", status);
-  EXPECT_EQ(status.value(), NYM_S_WRITE_FAILED);
-  EXPECT_EQ(status.child()->value(), NYM_S_BAD_SEEK);
-  EXPECT_EQ(position, -1);
+  // Below 0, and past the last position: a bad position.
+  for (const int64 at : {int64{-1}, MAX64 - 1}) {
+    position = at;
+    buffer.write_at(position, 2, "xy", status);
+    EXPECT_EQ(status.value(), NYM_S_WRITE_FAILED);
+    EXPECT_EQ(status.child()->value(), NYM_S_BAD_SEEK);
+    EXPECT_EQ(position, at);
+  }
 
   // Far beyond what a string can hold: the string's own exception, under the write failure.
   position = MAX64 - 10;

@@ -185,6 +185,20 @@ TEST(StatusTest, AssignFromItsOwnArgumentIsSafe) {
   s.assign(2, *s.begin()[0]);
   ASSERT_EQ(s.num_args(), 1u);
   EXPECT_EQ(arg_text(s, 0), u"keep");
+  // An argument of the chain, which assign drops: re-reporting a cause's argument on top.
+  for (bool many : {false, true}) {
+    Nym_status c(0xC2000026, Nym_wstring_status_arg(Wstring(u"C:\\missing.txt")));
+    c.push(0xC2000059);
+    const Nym_status_arg& cause = *c.child()->begin()[0];
+    if (many) {
+      c.assign(0xC2000059, cause, cause, cause, cause, cause);
+    } else {
+      c.assign(0xC2000059, cause);
+    }
+    ASSERT_EQ(c.num_args(), many ? 5u : 1u);
+    EXPECT_EQ(arg_text(c, 0), u"C:\\missing.txt");
+    EXPECT_FALSE(c.has_child());
+  }
 }
 
 TEST(StatusTest, AddArgOnACopyKeepsOnlyTheNewArgument) {

@@ -6,6 +6,8 @@
 #include <cstring>
 
 #include "nym/buffer.h"
+#include "nym/func_buffer.h"
+#include "nym/multi_buffer.h"
 #include "nym/ostream.h"
 #include "nym/status.h"
 #include "nym/string_buffer.h"
@@ -250,6 +252,28 @@ class Eager_end_istream : public Nym_unbuffered_istream {
   Nstring m_bytes;
   std::size_t m_at = 0;
 };
+
+// Bytes that come with an error or the end are the last: they are converted, an odd byte
+// after them is dropped, and the error stands. Reading that byte again would meet the same
+// error, and seeking back to it would clear the error, for ever.
+TEST(UtfStreamTest, Utf16ToUtf8ConvertsWhatComesWithAnErrorAndStops) {
+  Nstring text = bytes_of(u"ab") + "c";
+  Nym_string_buffer first(text, false);
+  Nym_func_buffer broken;  // no functor: the chain fails when it asks its size
+  Nym_multi_buffer chain({&first, &broken}, false);
+  Nstring out;
+  Nym_string_buffer sink(out, true);
+  Nym_status status;
+  Nym_ostream os(sink, status);
+  Piecewise_istream chained(chain, status, 1u << 20, 50);
+  nym_utf16_to_utf8(chained, os, status);
+  EXPECT_EQ(status.value(), NYM_S_NO_FUNCTOR);
+  EXPECT_EQ(out, "ab");
+  Eager_end_istream eager(bytes_of(u"cd") + "e");
+  nym_utf16_to_utf8(eager, os, status);
+  EXPECT_TRUE(status.is_clear());
+  EXPECT_EQ(out, "abcd");
+}
 
 TEST(UtfStreamTest, Utf8ToUtf16ClearsAnEndThatComesWithTheLastByte) {
   Nstring out;

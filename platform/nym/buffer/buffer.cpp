@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <stdexcept>
 
 #include "buffer_platform.h"
+#include "store_counts.h"
 
 namespace nym {
 
@@ -23,6 +25,16 @@ void decrement_unless_zero(volatile int& word) {
     if (found == seen) return;
     seen = found;
   }
+}
+
+// Words shared without a lock: m_group_in and m_writer_thread.
+template <class T>
+T load_shared(const T& word) {
+  return __atomic_load_n(&word, __ATOMIC_ACQUIRE);
+}
+template <class T>
+void store_shared(T& word, T value) {
+  __atomic_store_n(&word, value, __ATOMIC_RELEASE);
 }
 
 // Counted once, by the first buffer built.
@@ -56,6 +68,7 @@ Nym_buffer::Nym_buffer() {
 
 Nym_buffer::~Nym_buffer() {
   for (void* waiter : m_waiters) impl::buffer_discard_waiter(waiter);
+  if (m_writer_waiter != nullptr) impl::buffer_discard_waiter(m_writer_waiter);
 }
 
 void Nym_buffer::connect_unbuffered_istream(Nym_status&) const { atomic::xadd(&m_unbuffered_readers, 1); }
@@ -101,9 +114,13 @@ int64 Nym_buffer::size(bool wait_for_writer, Nym_status& status) const {
   return status.is_error() ? 0 : position;
 }
 
-void Nym_buffer::take_spin() const {
+// The spin word is taken on every read: the compiler's atomics here, inline, rather than
+// calls of the exported ones.
+inline void Nym_buffer::take_spin() const {
+  int free_word = 0;
+  if (__atomic_compare_exchange_n(&m_spin, &free_word, 1, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED)) return;
   const bool alone = processors() < 2;
-  while (atomic::xcompexch(&m_spin, 1, 0) != 0) {
+  for (;;) {
     if (alone) {
       impl::buffer_yield();
     } else {
@@ -111,26 +128,175 @@ void Nym_buffer::take_spin() const {
       __builtin_ia32_pause();
 #endif
     }
+    free_word = 0;
+    if (__atomic_compare_exchange_n(&m_spin, &free_word, 1, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED)) return;
   }
 }
 
-void Nym_buffer::release_spin() const { atomic::xexchange(&m_spin, 0); }
+inline void Nym_buffer::release_spin() const { __atomic_store_n(&m_spin, 0, __ATOMIC_RELEASE); }
+
+Nym_buffer::Reader_thread* Nym_buffer::reader_entry(std::uintptr_t thread) const {
+  for (unsigned int i = 0; i < m_reader_slots_used; ++i) {
+    if (m_reader_slots[i].thread == thread) return &m_reader_slots[i];
+  }
+  for (Reader_thread& entry : m_more_readers) {
+    if (entry.thread == thread) return &entry;
+  }
+  return nullptr;
+}
 
 void Nym_buffer::read_lock() const {
+  const std::uintptr_t self = impl::buffer_thread();
+  // A read inside this thread's own write: the write lock shuts everyone else out already,
+  // and opening the group now would let other readers in beside the write.
+  if (load_shared(m_writer_thread) == self) return;
   take_spin();
-  if (m_readers++ == 0) m_writer_lock.lock();
+  Reader_thread* const entry = reader_entry(self);
+  if (entry != nullptr) {
+    ++entry->depth;
+  } else if (m_reader_slots_used < READER_SLOTS) {
+    m_reader_slots[m_reader_slots_used++] = Reader_thread{self, 1};
+  } else {
+    try {
+      m_more_readers.push_back(Reader_thread{self, 1});
+    } catch (...) {
+      release_spin();
+      throw;
+    }
+  }
+  if (m_readers++ == 0) {
+    m_writer_lock.lock();
+    store_shared(m_group_in, 1);
+  }
   release_spin();
 }
 
 void Nym_buffer::read_unlock() const {
+  const std::uintptr_t self = impl::buffer_thread();
+  if (load_shared(m_writer_thread) == self) return;
   take_spin();
-  if (--m_readers == 0) m_writer_lock.unlock();
+  Reader_thread* const entry = reader_entry(self);
+  if (entry != nullptr && --entry->depth == 0) {
+    // The last entry fills the gap, from the vector while it holds any.
+    if (!m_more_readers.empty()) {
+      *entry = m_more_readers.back();
+      m_more_readers.pop_back();
+    } else {
+      *entry = m_reader_slots[--m_reader_slots_used];
+    }
+  }
+  void* writer = nullptr;
+  if (m_readers != 0 && --m_readers == 0) {
+    store_shared(m_group_in, 0);
+    m_writer_lock.unlock();
+    writer = m_writer_waiter;
+    m_writer_waiter = nullptr;
+  }
   release_spin();
+  if (writer != nullptr) impl::buffer_wake(writer);
 }
 
-void Nym_buffer::write_lock() const { m_writer_lock.lock(); }
+void Nym_buffer::write_lock() const {
+  const std::uintptr_t self = impl::buffer_thread();
+  if (load_shared(m_writer_thread) == self) {
+    m_writer_lock.lock();
+    ++m_writer_depth;
+    return;
+  }
+  // A reader of this buffer would wait for itself to leave, for ever. A thread that reads
+  // sees the group in, as it is part of it.
+  if (load_shared(m_group_in) != 0) {
+    take_spin();
+    const bool reading = reader_entry(self) != nullptr;
+    release_spin();
+    if (reading) throw std::logic_error("Nym_buffer::write_lock - this thread holds a read lock on the buffer.");
+  }
+  for (;;) {
+    m_writer_lock.lock();
+    if (load_shared(m_group_in) == 0) break;
+    // The recursive lock let this thread in only because it was the first reader of a group
+    // that is still reading, and holds the lock on the group's behalf: give the recursion back
+    // and wait, as any other writer does, for the last reader to leave.
+    m_writer_lock.unlock();
+    wait_for_readers(self);
+  }
+  m_writer_depth = 1;
+  store_shared(m_writer_thread, self);
+}
 
-void Nym_buffer::write_unlock() const { m_writer_lock.unlock(); }
+void Nym_buffer::write_unlock() const {
+  if (m_writer_depth != 0 && --m_writer_depth == 0) store_shared(m_writer_thread, std::uintptr_t{0});
+  m_writer_lock.unlock();
+}
+
+void Nym_buffer::wait_for_readers(std::uintptr_t self) const {
+  void* waiter = impl::buffer_new_waiter();
+  if (waiter == nullptr) {
+    impl::buffer_yield();  // nobody could wake this thread: poll
+    return;
+  }
+  // Only the thread that holds the writer lock for the group gets here, so the slot is free.
+  take_spin();
+  const bool readers_in = m_readers != 0;
+  if (readers_in) {
+    m_writer_waiter = waiter;
+    m_writer_waiter_thread = self;
+  }
+  release_spin();
+  if (!readers_in) {
+    impl::buffer_free_waiter(waiter);
+    return;
+  }
+  impl::buffer_sleep(waiter);
+  // Woken by something else than the last reader (another asynchronous call on Windows): the
+  // waiter is still listed, and the caller looks again. Known by its thread, not by its value,
+  // which a later writer's waiter may have once this one is freed.
+  take_spin();
+  const bool still_listed = m_writer_waiter != nullptr && m_writer_waiter_thread == self;
+  if (still_listed) m_writer_waiter = nullptr;
+  release_spin();
+  if (still_listed) impl::buffer_discard_waiter(waiter);
+}
+
+void Nym_buffer::wait() const {
+  void* waiter = impl::buffer_new_waiter();
+  if (waiter != nullptr) {
+    bool listed = true;
+    take_spin();
+    try {
+      m_waiters.push_back(waiter);
+    } catch (const std::bad_alloc&) {
+      listed = false;
+    }
+    release_spin();
+    if (!listed) {
+      impl::buffer_free_waiter(waiter);
+      waiter = nullptr;
+    }
+  }
+  read_unlock();
+  if (waiter != nullptr) {
+    impl::buffer_sleep(waiter);
+  } else {
+    impl::buffer_yield();  // nobody could wake this thread: poll
+  }
+  read_lock();
+}
+
+void Nym_buffer::signal() const {
+  for (void* waiter : m_waiters) impl::buffer_wake(waiter);
+  m_waiters.clear();
+}
+
+uint64 Nym_buffer::read_of(const Nym_buffer& other, bool wait, int64& position, uint64 count, void* data,
+                           Nym_status& status) {
+  const uint64 asked = impl::count_within_positions(position, count);
+  if (asked == 0 && count != 0) {
+    status = NYM_S_END_OF_DATA;  // nothing lies beyond the last position
+    return 0;
+  }
+  return impl::answered(other.read(wait, position, asked, data, status), asked);
+}
 
 void Nym_buffer::seek_within(Nym_seek_mode mode, int64 offset, int64& position, int64 end, Nym_status& status) {
   const int64 old = position;

@@ -1,7 +1,7 @@
-// The host's hand-over between the writer and sleeping readers. Each sleeping reader
-// registers a waiter of its own under its read lock; signal marks every waiter woken and
-// empties the list. The mark is kept in the waiter, so a signal that comes before the reader
-// sleeps is not lost. A waiter is shared by the reader and the list and freed by the last.
+// The host's hand-over between the writer and sleeping readers. A waiter is a flag, a mutex
+// and a condition; wake sets the flag, so a wake before the sleep is kept. A listed waiter is
+// shared by the sleeping thread and the list and freed by the last of them.
+#include <pthread.h>
 #include <sched.h>
 #include <unistd.h>
 
@@ -11,9 +11,8 @@
 #include <new>
 
 #include "buffer_platform.h"
-#include "nym/buffer.h"
 
-namespace nym {
+namespace nym::impl {
 
 namespace {
 
@@ -21,24 +20,14 @@ struct Waiter {
   std::mutex mutex;
   std::condition_variable woken_up;
   bool woken = false;
-  std::atomic<int> holders{2};  // the sleeping reader and the list
+  std::atomic<int> holders{2};  // the sleeping thread and the list
 };
 
 void release(Waiter* waiter) {
   if (waiter->holders.fetch_sub(1, std::memory_order_acq_rel) == 1) delete waiter;
 }
 
-void wake(Waiter* waiter) {
-  {
-    std::lock_guard<std::mutex> hold(waiter->mutex);
-    waiter->woken = true;
-  }
-  waiter->woken_up.notify_all();
-}
-
 }  // namespace
-
-namespace impl {
 
 unsigned int buffer_processor_count() {
   const long count = sysconf(_SC_NPROCESSORS_ONLN);
@@ -47,48 +36,31 @@ unsigned int buffer_processor_count() {
 
 void buffer_yield() { sched_yield(); }
 
-void buffer_discard_waiter(void* waiter) {
-  wake(static_cast<Waiter*>(waiter));
-  release(static_cast<Waiter*>(waiter));
-}
+std::uintptr_t buffer_thread() { return static_cast<std::uintptr_t>(pthread_self()); }
 
-}  // namespace impl
+void* buffer_new_waiter() { return new (std::nothrow) Waiter; }
 
-void Nym_buffer::wait() const {
-  Waiter* waiter = new (std::nothrow) Waiter;
-  bool registered = false;
-  if (waiter != nullptr) {
-    take_spin();
-    try {
-      m_waiters.push_back(waiter);
-      registered = true;
-    } catch (const std::bad_alloc&) {
-    }
-    release_spin();
-  }
-  if (!registered) {
-    // Nobody could wake this thread: poll.
-    delete waiter;
-    read_unlock();
-    sched_yield();
-    read_lock();
-    return;
-  }
-  read_unlock();
+void buffer_free_waiter(void* waiter) { delete static_cast<Waiter*>(waiter); }
+
+void buffer_sleep(void* entry) {
+  auto* waiter = static_cast<Waiter*>(entry);
   {
     std::unique_lock<std::mutex> hold(waiter->mutex);
     waiter->woken_up.wait(hold, [waiter] { return waiter->woken; });
   }
   release(waiter);
-  read_lock();
 }
 
-void Nym_buffer::signal() const {
-  for (void* entry : m_waiters) {
-    wake(static_cast<Waiter*>(entry));
-    release(static_cast<Waiter*>(entry));
+void buffer_wake(void* entry) {
+  auto* waiter = static_cast<Waiter*>(entry);
+  {
+    std::lock_guard<std::mutex> hold(waiter->mutex);
+    waiter->woken = true;
   }
-  m_waiters.clear();
+  waiter->woken_up.notify_all();
+  release(waiter);
 }
 
-}  // namespace nym
+void buffer_discard_waiter(void* waiter) { buffer_wake(waiter); }
+
+}  // namespace nym::impl

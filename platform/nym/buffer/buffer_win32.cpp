@@ -1,16 +1,18 @@
-// A reader asleep at the end of a buffer waits in an alertable sleep; the writer's signal
-// queues an empty asynchronous call onto its thread, which ends the sleep. A call queued
-// before the reader sleeps stays pending and ends the sleep at once, so no wake-up is lost.
+// A thread asleep on a buffer waits in an alertable sleep; a wake queues an empty
+// asynchronous call onto its thread, which ends the sleep. A call queued before the thread
+// sleeps stays pending and ends the sleep at once, so no wake-up is lost. A waiter is a real
+// handle of the sleeping thread, owned by the list that holds it.
 #include <windows.h>
 
-#include <new>
-
 #include "buffer_platform.h"
-#include "nym/buffer.h"
 
-namespace nym {
+namespace nym::impl {
 
-namespace impl {
+namespace {
+
+void CALLBACK wake_thread(ULONG_PTR) {}
+
+}  // namespace
 
 unsigned int buffer_processor_count() {
   DWORD_PTR process_mask = 0;
@@ -23,49 +25,26 @@ unsigned int buffer_processor_count() {
 
 void buffer_yield() { Sleep(0); }
 
-void buffer_discard_waiter(void* waiter) { CloseHandle(static_cast<HANDLE>(waiter)); }
+std::uintptr_t buffer_thread() { return GetCurrentThreadId(); }
 
-}  // namespace impl
-
-namespace {
-
-void CALLBACK wake_reader(ULONG_PTR) {}
-
-}  // namespace
-
-void Nym_buffer::wait() const {
+void* buffer_new_waiter() {
   HANDLE self = nullptr;
   if (!DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &self, 0, FALSE,
                        DUPLICATE_SAME_ACCESS)) {
-    // Without a handle nobody can wake this thread: poll.
-    read_unlock();
-    Sleep(0);
-    read_lock();
-    return;
+    return nullptr;
   }
-  take_spin();
-  try {
-    m_waiters.push_back(self);
-  } catch (const std::bad_alloc&) {
-    release_spin();
-    CloseHandle(self);
-    read_unlock();
-    Sleep(0);
-    read_lock();
-    return;
-  }
-  release_spin();
-  read_unlock();
-  SleepEx(INFINITE, TRUE);
-  read_lock();
+  return self;
 }
 
-void Nym_buffer::signal() const {
-  for (void* waiter : m_waiters) {
-    QueueUserAPC(wake_reader, static_cast<HANDLE>(waiter), 0);
-    CloseHandle(static_cast<HANDLE>(waiter));
-  }
-  m_waiters.clear();
+void buffer_free_waiter(void* waiter) { CloseHandle(static_cast<HANDLE>(waiter)); }
+
+void buffer_sleep(void*) { SleepEx(INFINITE, TRUE); }
+
+void buffer_wake(void* waiter) {
+  QueueUserAPC(wake_thread, static_cast<HANDLE>(waiter), 0);
+  CloseHandle(static_cast<HANDLE>(waiter));
 }
 
-}  // namespace nym
+void buffer_discard_waiter(void* waiter) { CloseHandle(static_cast<HANDLE>(waiter)); }
+
+}  // namespace nym::impl

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "store_counts.h"
+
 namespace nym {
 
 // ---- Nym_istream
@@ -57,7 +59,7 @@ void Nym_istream::read_ordered(T& value, bool big_endian, Nym_status& status) {
   status.clear();
   // A blocking stream may see the value arrive in parts: read until it is whole or the data end.
   while (got < sizeof(T)) {
-    const uint64 n = read(sizeof(T) - got, bytes + got, status);
+    const uint64 n = impl::answered(read(sizeof(T) - got, bytes + got, status), sizeof(T) - got);
     got += n;
     if (n == 0 || status.is_error()) break;
   }
@@ -191,8 +193,8 @@ uint64 Nym_buffered_istream::read_from(int64& position, uint64 count, void* data
   uint64 total = 0;
   status.clear();
   while (total < count && !status.is_error()) {
-    if (position >= m_window_start && position - m_window_start < static_cast<int64>(m_window_valid)) {
-      const auto offset = static_cast<uint64>(position - m_window_start);
+    uint64 offset = 0;
+    if (in_window(position, 1, offset)) {
       const uint64 n = std::min(m_window_valid - offset, count - total);
       std::memcpy(out + total, m_window + offset, n);
       position += static_cast<int64>(n);
@@ -236,13 +238,11 @@ unsigned short Nym_buffered_istream::read_wchar_slow() {
   relocate_buffer(m_blocking, m_position, status);
   // A window of one byte can't hold a unit: the second byte may still be on its way from the
   // writer, so read on behind the first rather than return half a unit.
-  while (!status.is_error() && m_window_valid == 1) {
+  while (!status.is_error() && m_window_valid == 1 && m_buffer != nullptr) {
     int64 next = m_window_start + 1;
-    if (m_buffer == nullptr ||
-        buffer_read(*m_buffer, m_blocking, next, WINDOW_SIZE - 1, m_window + 1, status) == 0) {
-      break;
-    }
-    m_window_valid = static_cast<uint64>(next - m_window_start);
+    const uint64 got = buffer_read(*m_buffer, m_blocking, next, WINDOW_SIZE - 1, m_window + 1, status);
+    if (got == 0) break;
+    m_window_valid = 1 + got;
   }
   if (status.is_error() || m_window_valid < 2) throw std::runtime_error(READ_CHAR_ERROR);
   m_position += 2;

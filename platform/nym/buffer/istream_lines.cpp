@@ -6,6 +6,7 @@
 #include <new>
 
 #include "nym/istream.h"
+#include "store_counts.h"
 
 namespace nym {
 
@@ -74,13 +75,17 @@ Nym_eol Nym_istream::read_line(int64 position, bool advance, bool swap, uint64 m
   uint64 eol_length = 0;
 
   while (!found && seen < look) {
-    const uint64 want = std::min(PORTION, look - seen) * unit - bytes % unit;
-    if (static_cast<uint64>(std::numeric_limits<int64>::max() - std::max<int64>(position, 0)) < bytes + want) break;
+    const int64 at = position + static_cast<int64>(bytes);
+    const uint64 want = impl::count_within_positions(at, std::min(PORTION, look - seen) * unit - bytes % unit);
+    if (want == 0) {
+      status = NYM_S_END_OF_DATA;  // nothing lies beyond the last position
+      break;
+    }
     if (m_line_area_size < bytes + want) {
       ensure_area(std::min(look * unit, std::max(m_line_area_size * 2, bytes + want)));
     }
     const uint64 got =
-        read_at(position + static_cast<int64>(bytes), want, static_cast<unsigned char*>(m_line_area) + bytes, status);
+        impl::answered(read_at(at, want, static_cast<unsigned char*>(m_line_area) + bytes, status), want);
     if (status.is_error()) break;
     // A store that answers nothing without an error would be asked again for ever.
     if (got == 0) break;

@@ -1,8 +1,7 @@
 #include "nym/multi_buffer.h"
 
-#include <limits>
-
 #include "nym/istream.h"
+#include "store_counts.h"
 
 namespace nym {
 
@@ -42,10 +41,16 @@ int64 Nym_multi_buffer::calc_length(Nym_status& status) const {
 
 uint64 Nym_multi_buffer::read(bool wait, int64& position, uint64 count, void* data, Nym_status& status) const {
   status.clear();
+  if (position < 0) {
+    status = NYM_S_READ_FAILED;
+    return 0;
+  }
   auto* out = static_cast<unsigned char*>(data);
   const uint64 members = m_members.size();
   uint64 index = 0;
   uint64 total = 0;
+  // The position moves by what the members give, which is no more than asked of them.
+  count = impl::count_within_positions(position, count);
   try {
     // Find the member that holds the position; a position at a member's end stays in it.
     int64 base = 0;

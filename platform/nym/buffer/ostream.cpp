@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 #include <string>
+
+#include "store_counts.h"
 
 namespace nym {
 
@@ -155,9 +156,7 @@ void Nym_ostream::write_line(const Unit* text, uint64 units, bool swap, Nym_stat
     meant += end_units * sizeof(Unit);
   }
   // Where the sum would leave the range of positions the store has already refused the write.
-  if (entry >= 0 && meant <= static_cast<uint64>(std::numeric_limits<int64>::max() - entry)) {
-    m_position = entry + static_cast<int64>(meant);
-  }
+  if (entry >= 0 && impl::count_within_positions(entry, meant) == meant) m_position = entry + static_cast<int64>(meant);
 }
 
 void Nym_ostream::writeln(const Nstring& line, Nym_status& status) {

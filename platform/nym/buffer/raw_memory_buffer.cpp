@@ -25,9 +25,9 @@ Nym_raw_memory_buffer::~Nym_raw_memory_buffer() {
 void Nym_raw_memory_buffer::connect_ostream(Nym_status& status) { status = NYM_S_NO_WRITER_TAKEN; }
 
 uint64 Nym_raw_memory_buffer::read(bool, int64& position, uint64 count, void* data, Nym_status& status) const {
-  // A position set below 0 lies before the data, as for Nym_ibyte_stream: nothing is there.
+  // A position below 0 is refused as every store refuses it; at the end the data have ended.
   if (position < 0 || position >= m_size) {
-    status = NYM_S_END_OF_DATA;
+    status = position < 0 ? NYM_S_READ_FAILED : NYM_S_END_OF_DATA;
     return 0;
   }
   const auto wanted = static_cast<int64>(std::min<uint64>(count, std::numeric_limits<int64>::max()));

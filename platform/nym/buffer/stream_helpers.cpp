@@ -4,6 +4,8 @@
 #include <cstring>
 #include <memory>
 
+#include "store_counts.h"
+
 namespace nym {
 
 namespace {
@@ -42,7 +44,7 @@ void copy(Nym_istream& input, Nym_ostream& output, bool counted, uint64 count, N
   for (;;) {
     const uint64 want = counted ? std::min(COPY_BLOCK, left) : COPY_BLOCK;
     if (want == 0) break;
-    const uint64 got = std::min(input.read(want, block.get(), status), want);
+    const uint64 got = impl::answered(input.read(want, block.get(), status), want);
     if (got > 0) {
       // The write clears the status: a read error that came with data is kept for the caller.
       const Nym_status read_status = status;
@@ -65,7 +67,7 @@ void to_narrow(Nym_istream& input, Nstring& text, bool counted, uint64 count, Ny
   for (;;) {
     const uint64 want = counted ? std::min(TEXT_BLOCK, left) : TEXT_BLOCK;
     if (want == 0) break;
-    const uint64 got = std::min(input.read(want, block, status), want);
+    const uint64 got = impl::answered(input.read(want, block, status), want);
     left -= std::min(got, left);
     total += got;
     const void* zero = std::memchr(block, 0, got);
@@ -89,7 +91,7 @@ void to_wide(Nym_istream& input, Wstring& text, bool counted, uint64 count, Nym_
     uint64 want = TEXT_BLOCK - held;
     if (counted) want = std::min(want, left);
     if (want == 0) break;
-    const uint64 got = std::min(input.read(want, block + held, status), want);
+    const uint64 got = impl::answered(input.read(want, block + held, status), want);
     left -= std::min(got, left);
     held += got;
     const uint64 whole = held / 2;
@@ -165,7 +167,7 @@ void nym_swap_stream(Nym_istream& input, Nym_ostream& output, Nym_status& status
   uint64 held = 0;
   while (remaining > 0) {
     const uint64 want = std::min<uint64>(SWAP_BLOCK - held, static_cast<uint64>(remaining));
-    const uint64 got = std::min(input.read(want, in + held, status), want);
+    const uint64 got = impl::answered(input.read(want, in + held, status), want);
     remaining -= static_cast<int64>(got);
     held += got;
     const uint64 pairs = held / 2;

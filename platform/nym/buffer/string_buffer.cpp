@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "store_counts.h"
 #include "store_failure.h"
 
 namespace nym {
@@ -26,7 +27,7 @@ void Nym_string_buffer::write(int64& position, uint64 count, const void* data, N
   check_write_count(count);
   if (count == 0) return;
   write_lock();
-  if (position < 0) {
+  if (position < 0 || impl::count_within_positions(position, count) < count) {
     status = NYM_S_BAD_SEEK;
     status.push(NYM_S_WRITE_FAILED);
   } else if (!m_no_limit && static_cast<uint64>(position) + count > STRING_LIMIT) {

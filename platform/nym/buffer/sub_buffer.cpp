@@ -1,15 +1,9 @@
 #include "nym/sub_buffer.h"
 
-#include <limits>
+#include <algorithm>
 #include <stdexcept>
 
 namespace nym {
-
-namespace {
-
-constexpr uint64 MAX_COUNT = static_cast<uint64>(std::numeric_limits<int64>::max());
-
-}  // namespace
 
 Nym_sub_buffer::Nym_sub_buffer(const Nym_buffer& parent, int64 start, int64 end)
     : m_parent(parent), m_start(start), m_end(end) {
@@ -32,6 +26,11 @@ void Nym_sub_buffer::set_end(int64 end, Nym_status& status) {
 
 uint64 Nym_sub_buffer::read(bool wait, int64& position, uint64 count, void* data, Nym_status& status) const {
   status.clear();
+  // Before the window lie the parent's bytes it is meant to hide.
+  if (position < 0) {
+    status = NYM_S_READ_FAILED;
+    return 0;
+  }
   uint64 got = 0;
   try {
     int64 absolute = nym_advance(m_start, position);
@@ -40,9 +39,7 @@ uint64 Nym_sub_buffer::read(bool wait, int64& position, uint64 count, void* data
         status = NYM_S_END_OF_DATA;
         return 0;
       }
-      // A count beyond any position can't pass the end of the parent's positions either.
-      const auto wanted = static_cast<int64>(count > MAX_COUNT ? MAX_COUNT : count);
-      if (wanted > m_end - absolute) count = static_cast<uint64>(m_end - absolute);
+      count = std::min(count, static_cast<uint64>(m_end - absolute));
     }
     got = read_of(m_parent, wait, absolute, count, data, status);
   } catch (...) {

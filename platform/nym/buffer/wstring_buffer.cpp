@@ -5,6 +5,7 @@
 #include <limits>
 #include <stdexcept>
 
+#include "store_counts.h"
 #include "store_failure.h"
 
 namespace nym {
@@ -46,7 +47,7 @@ void Nym_wstring_buffer::write(int64& position, uint64 count, const void* data, 
   if (count == 0) return;
   write_lock();
   const uint64 units = count / UNIT;
-  if (position < 0) {
+  if (position < 0 || impl::count_within_positions(position, count) < count) {
     status = NYM_S_BAD_SEEK;
     status.push(NYM_S_WRITE_FAILED);
   } else if (static_cast<uint64>(position) / UNIT + units == MAX_UNITS) {

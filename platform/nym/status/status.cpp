@@ -106,13 +106,21 @@ Nym_status& Nym_status::operator=(unsigned int code) noexcept {
 
 void Nym_status::assign_args(unsigned int code, const Nym_status_arg* const* given, unsigned always,
                              unsigned total) {
-  set_code(code);
-  release_chain();
-  if (m_args && m_args.use_count() == 1 && !holds_any(*m_args, given, total)) {
-    m_args->assign(given, always, total);
-  } else {
-    m_args = new_list(given, always, total);
+  // The arguments may live in the chain that assign drops: it goes only once they are cloned.
+  Status_ptr chain = std::move(m_child);
+  try {
+    if (m_args && m_args.use_count() == 1 && !holds_any(*m_args, given, total)) {
+      m_args->assign(given, always, total);
+    } else {
+      m_args = new_list(given, always, total);
+    }
+  } catch (...) {
+    m_child = std::move(chain);
+    throw;
   }
+  set_code(code);
+  m_child = std::move(chain);
+  release_chain();
 }
 
 void Nym_status::assign(unsigned int code, const Nym_status_arg& a1) {

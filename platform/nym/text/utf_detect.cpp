@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "buffer/store_counts.h"
 #include "nym/istream.h"
 #include "nym/unicode.h"
 #include "text/utf_walk.h"
@@ -75,7 +76,7 @@ bool nym_is_utf8(const Nym_buffer* buffer, unsigned char& flags, bool& ascii, Ny
   if (status.is_error()) return true;
 
   unsigned char block[UTF8_BLOCK];
-  uint64 count = in.read(UTF8_BLOCK, block, status);
+  uint64 count = impl::answered(in.read(UTF8_BLOCK, block, status), UTF8_BLOCK);
   uint64 start = 0;
   static const unsigned char MARK8[3] = {0xEF, 0xBB, 0xBF};
   static const unsigned char MARK16_LE[2] = {0xFF, 0xFE};
@@ -105,7 +106,7 @@ bool nym_is_utf8(const Nym_buffer* buffer, unsigned char& flags, bool& ascii, Ny
       }
     }
     if (!result || status.is_error()) break;
-    count = in.read(UTF8_BLOCK, block, status);
+    count = impl::answered(in.read(UTF8_BLOCK, block, status), UTF8_BLOCK);
     start = 0;
     // A read that gives nothing and reports nothing would never end the walk: it ends it as
     // the end of the data does.
@@ -132,7 +133,7 @@ bool nym_is_utf16(const Nym_buffer* buffer, unsigned short tolerance, unsigned c
   if (status.is_error()) return true;
 
   alignas(Wchar) unsigned char block[UTF16_BLOCK];
-  uint64 count = in.read(UTF16_BLOCK, block, status);
+  uint64 count = impl::answered(in.read(UTF16_BLOCK, block, status), UTF16_BLOCK);
 
   // The scan measures its end from the block's start, so with a mark it stops one unit short
   // in the first block.
@@ -182,7 +183,7 @@ bool nym_is_utf16(const Nym_buffer* buffer, unsigned short tolerance, unsigned c
       break;
     }
     if (status.is_error()) break;
-    count = in.read(UTF16_BLOCK, block, status);
+    count = impl::answered(in.read(UTF16_BLOCK, block, status), UTF16_BLOCK);
     first_unit = 0;
     // Also a read that gives nothing and reports nothing, which would never end the walk.
     if (count == 0) break;

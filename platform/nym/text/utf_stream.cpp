@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "buffer/store_counts.h"
 #include "nym/buffer.h"
 #include "nym/ostream.h"
 #include "nym/status.h"
@@ -68,7 +69,7 @@ void nym_utf16_to_utf8(Nym_istream& in, Nym_ostream& out, Nym_status& status) {
   std::size_t kept = 0;
   Nstring text;
   while (!status.is_error()) {
-    const uint64 got = in.read(BLOCK, bytes + kept, status);
+    const uint64 got = impl::answered(in.read(BLOCK, bytes + kept, status), BLOCK);
     // A read that gives nothing and reports nothing would never end the loop: it ends it as
     // the end of the data does.
     const bool ended = got == 0 && (!status.is_error() || status == NYM_S_END_OF_DATA);
@@ -84,30 +85,32 @@ void nym_utf16_to_utf8(Nym_istream& in, Nym_ostream& out, Nym_status& status) {
     kept = 0;
     std::size_t n = count / 2;
     const bool high_last = n != 0 && impl::is_high_surrogate(units[n - 1]);
-    if (high_last && n == 1 && !status.is_error()) {
-      // Seeking back over a block that holds nothing but a high surrogate (and perhaps an odd
-      // byte) would read it alone again, forever at the end of the data. Keep it at the front
-      // instead and read on: what comes next decides whether it starts a pair.
-      kept = count;
-      continue;
-    }
-    if (count % 2 != 0) {
-      if (n == 0 && !status.is_error()) {
-        kept = count;  // one byte: kept as above rather than read alone again
+    // The end of the data, or an error, that comes with these bytes ends the data here: they
+    // are converted as they stand. Holding some back to read again would meet the same end,
+    // and the seek back would clear it, for ever.
+    const bool last = status.is_error();
+    if (!last) {
+      if (n == 0 || (high_last && n == 1)) {
+        // A block of nothing but one byte or a high surrogate (and perhaps an odd byte) would
+        // be read alone again, forever at the end of the data. Keep it at the front instead
+        // and read on: what comes next decides.
+        kept = count;
         continue;
       }
-      in.seek(NYM_SEEK_CURRENT, -1, status);
+      // An odd byte, and a high surrogate, are read again with what completes them: a pair is
+      // never split between blocks.
+      const auto back = static_cast<int64>(count % 2 + (high_last ? 2 : 0));
+      if (back != 0) in.seek(NYM_SEEK_CURRENT, -back, status);
+      if (status.is_error()) continue;
+      if (high_last) --n;
     }
-    if (n == 0 || status.is_error()) continue;
-    // A pair is never split between blocks.
-    if (high_last) {
-      in.seek(NYM_SEEK_CURRENT, -2, status);
-      --n;
-    }
+    if (n == 0) continue;  // a stray last byte is dropped
     // A NUL unit ends the block's conversion, and the rest of the block is lost.
     units[n] = 0;
     nym_utf16_to_utf8(units, text);
+    const Nym_status read_status = status;
     out.write(text.size(), text.data(), status);
+    if (!status.is_error() && read_status.is_error()) status = read_status;
   }
   if (status == NYM_S_END_OF_DATA) status.clear();
 }

@@ -8,14 +8,21 @@
 //
 // Locking: readers share the store and shut the writer out as a group. The first reader in
 // takes the writer lock (a Nym_critical) on behalf of all, the last one out releases it, and
-// a spin word guards the reader count and the list of sleeping readers. The writer lock is
-// taken only while the spin word is held on the read side, and nothing else is locked under
-// either. Connection counts are atomic and read without a lock.
+// a spin word guards the reader count, the threads that hold read locks and the lists of
+// sleepers. A writer waits until the last reader has left, also when its own thread was the
+// group's first reader (the recursive lock would let it in at once): it then sleeps until the
+// last reader out wakes it. A read inside the writer's own write lock is covered by that lock.
+// A write by a thread that holds a read lock on the same buffer would wait for itself for
+// ever: it raises std::logic_error instead. The writer lock is taken only while the spin word
+// is held on the read side, the spin word never while the writer lock is held for a write,
+// and nothing else is locked under either. Connection counts are atomic and read without a
+// lock.
 //
 // Every store's read and write follow the same rules, so that streams need not know the store:
 // - read clears the status, holds the read lock, copies what lies between the position and the
 //   end (up to the count), moves the position and answers the amount; a short read is normal.
 // - At or beyond the end, with `wait` false or no writer connected: NYM_S_END_OF_DATA and 0.
+//   Below position 0: NYM_S_READ_FAILED and 0 (a function store leaves that to its functor).
 //   With `wait` true and a writer connected: the reader sleeps in wait() and looks again.
 // - write clears the status, holds the write lock, stores, moves the position, and calls
 //   signal() before it unlocks. A count of 0 changes nothing and signals nothing.
@@ -27,6 +34,7 @@
 #ifndef NYM_BUFFER_H
 #define NYM_BUFFER_H
 
+#include <cstdint>
 #include <vector>
 
 #include "nym/atomic.h"
@@ -89,6 +97,8 @@ class NYM_API Nym_buffer {
   virtual void truncate(int64 size, Nym_status& status) = 0;
 
   virtual void read_lock() const;
+  // Raises std::logic_error "Nym_buffer::write_lock - this thread holds a read lock on the
+  // buffer." rather than wait for itself.
   virtual void write_lock() const;
   virtual void read_unlock() const;
   virtual void write_unlock() const;
@@ -123,11 +133,11 @@ class NYM_API Nym_buffer {
   // NYM_S_READ_FAILED, the end without a writer NYM_S_END_OF_DATA.
   uint64 read_contiguous(bool wait, int64& position, uint64 count, void* data, Nym_status& status,
                          Contiguous_bytes bytes, uint64 unit) const;
-  // The protected operations of another store, for stores built on stores (a window, a chain).
+  // The protected operations of another store, for stores built on stores (a window, a chain)
+  // and for the streams. read_of asks no more than the positions from `position` can hold (at
+  // the last position: NYM_S_END_OF_DATA without asking) and believes no more than it asked.
   static uint64 read_of(const Nym_buffer& other, bool wait, int64& position, uint64 count, void* data,
-                        Nym_status& status) {
-    return other.read(wait, position, count, data, status);
-  }
+                        Nym_status& status);
   static void seek_of(const Nym_buffer& other, Nym_seek_mode mode, int64 offset, int64& position,
                       Nym_status& status) {
     other.seek(mode, offset, position, status);
@@ -137,8 +147,19 @@ class NYM_API Nym_buffer {
   friend class Nym_istream;
   friend class Nym_ostream;
 
+  // A thread's read locks on this buffer.
+  struct Reader_thread {
+    std::uintptr_t thread;
+    unsigned int depth;
+  };
+
   void take_spin() const;
   void release_spin() const;
+  // Under the spin word: the entry of `thread` among the readers, or null.
+  Reader_thread* reader_entry(std::uintptr_t thread) const;
+  // For a writer that holds the writer lock only on the group's behalf: sleeps until the
+  // last reader has left.
+  void wait_for_readers(std::uintptr_t self) const;
 
   // Sleeping readers: thread handles on Windows, owned until signal() closes them.
   mutable std::vector<void*> m_waiters;
@@ -149,6 +170,21 @@ class NYM_API Nym_buffer {
   mutable Nym_critical m_writer_lock;
   mutable unsigned int m_readers = 0;
   unsigned int m_id = 0;
+  // Who holds the read locks counted in m_readers (under the spin word): the first few in
+  // place, so that the reader path allocates nothing, the rest in a vector.
+  static constexpr unsigned int READER_SLOTS = 4;
+  mutable Reader_thread m_reader_slots[READER_SLOTS] = {};
+  mutable unsigned int m_reader_slots_used = 0;
+  mutable std::vector<Reader_thread> m_more_readers;
+  // 1 while the reader group holds the writer lock; read without the spin word.
+  mutable int m_group_in = 0;
+  // The thread holding the writer lock for writing (0: none), read without a lock, and how
+  // often it holds it.
+  mutable std::uintptr_t m_writer_thread = 0;
+  mutable unsigned int m_writer_depth = 0;
+  // The writer asleep in wait_for_readers, and its thread (under the spin word).
+  mutable void* m_writer_waiter = nullptr;
+  mutable std::uintptr_t m_writer_waiter_thread = 0;
 
   static Nym_atomic_counter<unsigned int> m_id_generator;
 };

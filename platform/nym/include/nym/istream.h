@@ -97,7 +97,7 @@ class NYM_API Nym_istream {
   // The buffer's protected operations, for the derived streams.
   static uint64 buffer_read(const Nym_buffer& buffer, bool wait, int64& position, uint64 count, void* data,
                             Nym_status& status) {
-    return buffer.read(wait, position, count, data, status);
+    return Nym_buffer::read_of(buffer, wait, position, count, data, status);
   }
 
   const Nym_buffer* m_buffer = nullptr;
@@ -155,14 +155,17 @@ class NYM_API Nym_buffered_istream : public Nym_istream {
   // Raises std::runtime_error "Nym_buffered_istream::read_char - Error reading data" at the end
   // of the data or on a failed read.
   char read_char() {
-    if (m_position >= m_window_start && m_position < m_window_start + static_cast<int64>(m_window_valid)) {
-      return static_cast<char>(m_window[m_position++ - m_window_start]);
+    uint64 offset;
+    if (in_window(m_position, 1, offset)) {
+      ++m_position;
+      return static_cast<char>(m_window[offset]);
     }
     return read_char_slow();
   }
   unsigned short read_wchar() {
-    if (m_position >= m_window_start && m_position + 2 <= m_window_start + static_cast<int64>(m_window_valid)) {
-      const unsigned char* at = m_window + (m_position - m_window_start);
+    uint64 offset;
+    if (in_window(m_position, 2, offset)) {
+      const unsigned char* at = m_window + offset;
       m_position += 2;
       return static_cast<unsigned short>(at[0] | (at[1] << 8));
     }
@@ -170,6 +173,14 @@ class NYM_API Nym_buffered_istream : public Nym_istream {
   }
 
  private:
+  // Whether `bytes` bytes from `position` lie in the window, and where. The difference is
+  // taken unsigned: a position may be anywhere, and never overflows it. The window never
+  // reaches past the last position, so a position moved within it stays a position.
+  bool in_window(int64 position, uint64 bytes, uint64& offset) const {
+    offset = static_cast<uint64>(position) - static_cast<uint64>(m_window_start);
+    return position >= m_window_start && offset < m_window_valid && m_window_valid - offset >= bytes;
+  }
+
   char read_char_slow();
   unsigned short read_wchar_slow();
   uint64 read_from(int64& position, uint64 count, void* data, Nym_status& status) const;

@@ -28,8 +28,7 @@ class NYM_API Nym_raw_memory_buffer : public Nym_buffer {
 
  protected:
   // A copy that would reach below the data raises std::overflow_error
-  // "streampos too negative for size_t"; a position below 0 is before the data and reads
-  // nothing (NYM_S_END_OF_DATA).
+  // "streampos too negative for size_t"; a position below 0 is refused (NYM_S_READ_FAILED).
   uint64 read(bool wait, int64& position, uint64 count, void* data, Nym_status& status) const override;
   void write(int64& position, uint64 count, const void* data, Nym_status& status) override;
   // The usual seek, with the size as the end.

@@ -9,8 +9,9 @@
 // middle overwrites. Unless built with `no_limit`, a write that would reach past 655,360 bytes
 // (STRING_LIMIT) is refused with NYM_S_STRING_LIMIT under NYM_S_WRITE_FAILED. A write whose
 // storage fails reports NYM_S_NO_MEMORY, NYM_S_STD_EXCEPTION (with the text) or
-// NYM_S_UNKNOWN_EXCEPTION, each under NYM_S_WRITE_FAILED; a write at a negative position
-// reports NYM_S_BAD_SEEK under NYM_S_WRITE_FAILED, a read there NYM_S_READ_FAILED. truncate to
+// NYM_S_UNKNOWN_EXCEPTION, each under NYM_S_WRITE_FAILED; a write at a negative position, or
+// one that would pass the last position, reports NYM_S_BAD_SEEK under NYM_S_WRITE_FAILED, a
+// read at a negative position NYM_S_READ_FAILED. truncate to
 // a size beyond the length (or below 0) reports NYM_S_END_OF_DATA.
 #ifndef NYM_STRING_BUFFER_H
 #define NYM_STRING_BUFFER_H

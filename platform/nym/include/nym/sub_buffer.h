@@ -6,7 +6,8 @@
 // writer. The window neither owns nor connects to its parent, which must outlive it.
 //
 // It takes no writer: connect_ostream and truncate report NYM_S_NO_WRITER_TAKEN, write reports
-// NYM_S_WRITE_FAILED. A read whose parent raises reports NYM_S_READ_FAILED; a seek before the
+// NYM_S_WRITE_FAILED. A read below position 0 (which would show the parent's bytes before the
+// window) or one whose parent raises reports NYM_S_READ_FAILED; a seek before the
 // window's start, or one whose parent raises, reports NYM_S_BAD_SEEK with the position kept.
 #ifndef NYM_SUB_BUFFER_H
 #define NYM_SUB_BUFFER_H
