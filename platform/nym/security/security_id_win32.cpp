@@ -8,7 +8,7 @@
 #include "nym/exception.h"
 #include "nym/security_id.h"
 #include "nym/string_basic.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 namespace nym {
 

@@ -9,7 +9,7 @@
 
 #include "nym/exception.h"
 #include "nym/security.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 namespace nym {
 

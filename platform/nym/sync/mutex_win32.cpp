@@ -6,7 +6,7 @@
 #include "nym/exception.h"
 #include "nym/mutex.h"
 #include "nym/security.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 namespace nym {
 
