@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <sys/time.h>
+
 #include <climits>
 #include <stdexcept>
 #include <string>

@@ -1,5 +1,5 @@
 // The interlocked functions on the compiler's sequentially consistent atomics.
-#include "nym/atomic.h"
+#include "nym/interlocked.h"
 
 namespace nym::atomic {
 

@@ -2,7 +2,7 @@
 // and 16-bit widths use the compiler's atomics, which emit the same locked instructions.
 #include <windows.h>
 
-#include "nym/atomic.h"
+#include "nym/interlocked.h"
 
 namespace nym::atomic {
 

@@ -1,7 +1,7 @@
 // The one place where the library's char16_t text meets Win32's wchar_t (internal; platform
 // files only). Both are 16-bit UTF-16 units on Windows, so the cast is exact.
-#ifndef NYM_SYSTEM_WIN32_WIDE_H
-#define NYM_SYSTEM_WIN32_WIDE_H
+#ifndef NYM_BASE_WIN32_WIDE_H
+#define NYM_BASE_WIN32_WIDE_H
 
 #include "nym/types.h"
 

@@ -6,6 +6,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "base/current_thread.h"
 #include "buffer_platform.h"
 #include "store_counts.h"
 
@@ -122,7 +123,7 @@ inline void Nym_buffer::take_spin() const {
   const bool alone = processors() < 2;
   for (;;) {
     if (alone) {
-      impl::buffer_yield();
+      impl::yield_processor();
     } else {
 #if defined(__x86_64__) || defined(__i386__)
       __builtin_ia32_pause();
@@ -146,7 +147,7 @@ Nym_buffer::Reader_thread* Nym_buffer::reader_entry(std::uintptr_t thread) const
 }
 
 void Nym_buffer::read_lock() const {
-  const std::uintptr_t self = impl::buffer_thread();
+  const std::uintptr_t self = impl::current_thread_id();
   // A read inside this thread's own write: the write lock shuts everyone else out already,
   // and opening the group now would let other readers in beside the write.
   if (load_shared(m_writer_thread) == self) return;
@@ -172,7 +173,7 @@ void Nym_buffer::read_lock() const {
 }
 
 void Nym_buffer::read_unlock() const {
-  const std::uintptr_t self = impl::buffer_thread();
+  const std::uintptr_t self = impl::current_thread_id();
   if (load_shared(m_writer_thread) == self) return;
   take_spin();
   Reader_thread* const entry = reader_entry(self);
@@ -197,7 +198,7 @@ void Nym_buffer::read_unlock() const {
 }
 
 void Nym_buffer::write_lock() const {
-  const std::uintptr_t self = impl::buffer_thread();
+  const std::uintptr_t self = impl::current_thread_id();
   if (load_shared(m_writer_thread) == self) {
     m_writer_lock.lock();
     ++m_writer_depth;
@@ -232,7 +233,7 @@ void Nym_buffer::write_unlock() const {
 void Nym_buffer::wait_for_readers(std::uintptr_t self) const {
   void* waiter = impl::buffer_new_waiter();
   if (waiter == nullptr) {
-    impl::buffer_yield();  // nobody could wake this thread: poll
+    impl::yield_processor();  // nobody could wake this thread: poll
     return;
   }
   // Only the thread that holds the writer lock for the group gets here, so the slot is free.
@@ -278,7 +279,7 @@ void Nym_buffer::wait() const {
   if (waiter != nullptr) {
     impl::buffer_sleep(waiter);
   } else {
-    impl::buffer_yield();  // nobody could wake this thread: poll
+    impl::yield_processor();  // nobody could wake this thread: poll
   }
   read_lock();
 }

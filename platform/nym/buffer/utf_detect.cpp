@@ -4,9 +4,9 @@
 
 #include <cstring>
 
-#include "buffer/store_counts.h"
 #include "nym/istream.h"
 #include "nym/unicode.h"
+#include "store_counts.h"
 #include "text/utf_walk.h"
 
 namespace nym {

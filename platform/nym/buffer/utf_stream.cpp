@@ -1,12 +1,12 @@
-// Conversion of text between a Nym_istream and a Nym_ostream.
+// Conversion of text between a Nym_istream and a Nym_ostream (declared with the string
+// conversions in nym/utf.h).
+#include "nym/utf.h"
+
 #include <cstddef>
 #include <cstdint>
 
-#include "buffer/store_counts.h"
-#include "nym/buffer.h"
 #include "nym/ostream.h"
-#include "nym/status.h"
-#include "nym/utf.h"
+#include "store_counts.h"
 #include "text/utf_walk.h"
 
 namespace nym {

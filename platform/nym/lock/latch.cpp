@@ -1,6 +1,7 @@
 #include "nym/latch.h"
 
-#include "nym/atomic.h"
+#include "base/current_thread.h"
+#include "nym/interlocked.h"
 
 namespace nym {
 
@@ -25,7 +26,7 @@ Nym_latch& Nym_latch::operator=(Nym_latch&& other) {
 }
 
 void Nym_latch::lock() {
-  while (atomic::xcompexch(&m_word, 1, 0) != 0) wait();
+  while (atomic::xcompexch(&m_word, 1, 0) != 0) impl::yield_processor();
 }
 
 bool Nym_latch::try_lock() { return atomic::xcompexch(&m_word, 1, 0) == 0; }

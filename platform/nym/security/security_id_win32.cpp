@@ -5,8 +5,8 @@
 #include <stdexcept>
 #include <vector>
 
-#include "nym/exception.h"
 #include "nym/security_id.h"
+#include "nym/exception.h"
 #include "nym/string_basic.h"
 #include "base/win32_wide.h"
 

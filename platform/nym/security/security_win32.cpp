@@ -7,8 +7,8 @@
 #include <stdexcept>
 #include <vector>
 
-#include "nym/exception.h"
 #include "nym/security.h"
+#include "nym/exception.h"
 #include "base/win32_wide.h"
 
 namespace nym {

@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "nym/exception.h"
 #include "nym/mutex.h"
+#include "nym/exception.h"
 #include "nym/security.h"
 #include "base/win32_wide.h"
 

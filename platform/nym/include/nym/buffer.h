@@ -37,8 +37,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "nym/atomic.h"
 #include "nym/critical.h"
+#include "nym/interlocked.h"
 #include "nym/status.h"
 
 namespace nym {
