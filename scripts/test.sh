@@ -1,9 +1,13 @@
 #!/usr/bin/env bash
-# Builds both presets (installing what is missing) and runs every test: the host build
-# natively under ASan/UBSan, the Windows build under Wine; then the threaded suites under
-# ThreadSanitizer and each fuzz target for a short fixed time (NYM_FUZZ_SECONDS, default 20).
+# Checks the layering of the includes, builds both presets (installing what is missing) and runs
+# every test: the host build natively under ASan/UBSan, the Windows build under Wine; then the
+# threaded suites under ThreadSanitizer and each fuzz target for a short fixed time
+# (NYM_FUZZ_SECONDS, default 20).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+
+echo "== layers"
+python3 scripts/check_layers.py
 
 scripts/deps.sh
 prefix=$(scripts/deps.sh --print-prefix)
