@@ -36,7 +36,7 @@ void utf8_side(const unsigned char* data, std::size_t size) {
   const auto* all = reinterpret_cast<const unsigned char*>(text.data());
   Wstring all_walked;
   const unsigned char* const walk_end = impl::utf8_to_utf16_walk(all, all + size, all_walked);
-  for (const impl::Utf_kernel k : {impl::Utf_kernel::sse2, impl::Utf_kernel::ssse3}) {
+  for (const impl::Utf_kernel k : {impl::Utf_kernel::baseline, impl::Utf_kernel::ssse3}) {
     if (!impl::utf_kernel_supported(k)) continue;
     Wstring kernel_out;
     check(impl::utf8_to_utf16_append(all, all + size, kernel_out, k) == walk_end);
@@ -64,7 +64,7 @@ void utf16_side(const unsigned char* data, std::size_t size) {
   check(fast == walked);
   Nstring all_walked;
   impl::utf16_to_utf8_walk(text.data(), text.data() + text.size(), all_walked);
-  for (const impl::Utf_kernel k : {impl::Utf_kernel::sse2, impl::Utf_kernel::ssse3}) {
+  for (const impl::Utf_kernel k : {impl::Utf_kernel::baseline, impl::Utf_kernel::ssse3}) {
     if (!impl::utf_kernel_supported(k)) continue;
     Nstring kernel_out;
     impl::utf16_to_utf8_append(text.data(), text.data() + text.size(), kernel_out, k);

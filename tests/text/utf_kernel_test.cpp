@@ -16,13 +16,13 @@ namespace {
 
 std::vector<Utf_kernel> kernels() {
   std::vector<Utf_kernel> all;
-  for (const Utf_kernel k : {Utf_kernel::sse2, Utf_kernel::ssse3}) {
+  for (const Utf_kernel k : {Utf_kernel::baseline, Utf_kernel::ssse3}) {
     if (utf_kernel_supported(k)) all.push_back(k);
   }
   return all;
 }
 
-const char* name(Utf_kernel k) { return k == Utf_kernel::sse2 ? "sse2" : "ssse3"; }
+const char* name(Utf_kernel k) { return k == Utf_kernel::baseline ? "baseline" : "ssse3"; }
 
 const unsigned char* bytes_of(const Nstring& s) { return reinterpret_cast<const unsigned char*>(s.data()); }
 

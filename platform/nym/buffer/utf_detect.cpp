@@ -3,6 +3,7 @@
 #include <unicode/uchar.h>
 
 #include <cstring>
+#include <utility>
 
 #include "nym/istream.h"
 #include "nym/unicode.h"
@@ -13,6 +14,7 @@ namespace nym {
 
 namespace {
 
+// What the walkers give for a malformed sequence here: a non-character, so it never passes.
 constexpr std::uint32_t INVALID = 0xFFFF;
 constexpr uint64 UTF8_BLOCK = 8192;
 constexpr uint64 UTF16_BLOCK = 16384;
@@ -22,31 +24,6 @@ constexpr uint64 UTF16_BLOCK = 16384;
 bool is_valid_value(std::uint32_t v) {
   if (v < impl::NYM_UNICODE_BIT_TABLE_SIZE) return (impl::NYM_UNICODE_BIT_TABLE[v] & impl::NYM_UNICODE_ASSIGNED) != 0;
   return u_charType(static_cast<UChar32>(v)) != U_UNASSIGNED;
-}
-
-// The lenient UTF-8 decoder with 0xFFFF for every failure; the caller has made sure that the
-// block holds all the continuation bytes the lead announces.
-std::uint32_t decode_utf8_strict(const unsigned char*& p) {
-  const unsigned char b = *p++;
-  if (b < 0x80) return b;
-  const unsigned n = impl::UTF8_CONTINUATION_COUNT[b];
-  if (n == 0) return INVALID;
-  std::uint32_t value = b & ((1u << (6 - n)) - 1);
-  for (unsigned i = 0; i < n; ++i) {
-    if (!impl::is_utf8_continuation(*p)) return INVALID;
-    value = (value << 6) | (*p++ & 0x3Fu);
-  }
-  return value;
-}
-
-// The lenient UTF-16 decoder with 0xFFFF for every failure; a NUL or the block's end after a
-// high surrogate fails too.
-std::uint32_t decode_utf16_strict(const Wchar*& p, const Wchar* end) {
-  const std::uint32_t u = *p++;
-  if (u < 0xD800 || u > 0xDFFF) return u;
-  if (impl::is_low_surrogate(u) || p == end) return INVALID;
-  const std::uint32_t w = *p++;
-  return impl::is_low_surrogate(w) ? (u - 0xD7F7) * 1024 + w : INVALID;
 }
 
 bool is_utf16_shaped(Wchar unit) {
@@ -65,6 +42,77 @@ Wchar load_unit(const unsigned char* p) {
   std::memcpy(&u, p, sizeof u);
   return u;
 }
+
+// A mark at the start of the data, as nym_is_utf16 reads it.
+struct Utf16_mark {
+  bool found = false;
+  bool little_endian = false;
+  bool utf8 = false;  // BB EF ?? BF in memory: kept as it stands, though the real UTF-8 mark is EF BB BF
+};
+
+// Looks for the mark in the first block. A UTF-16 mark is skipped by `first_unit`, and the
+// block's count loses its two bytes, so the first scan stops one unit short.
+Utf16_mark read_mark(const unsigned char* block, uint64& count, uint64& first_unit) {
+  Utf16_mark mark;
+  if (count < 2) return mark;
+  const Wchar u0 = load_unit(block);
+  if (u0 == 0xFEFF || u0 == 0xFFFE) {
+    mark.found = true;
+    mark.little_endian = u0 == 0xFEFF;
+    count -= 2;
+    first_unit = 1;
+  } else if (count >= 4 && u0 == 0xEFBB && block[3] == 0xBF) {
+    mark.utf8 = true;
+  }
+  return mark;
+}
+
+// What nym_is_utf16 counts over the blocks: the values that aren't valid in each byte order,
+// the units shaped like UTF-16, and whether every unit is two seven-bit bytes.
+struct Utf16_counts {
+  uint64 bad_forward = 0;
+  uint64 bad_swapped = 0;
+  uint64 shaped = 0;
+  bool seven_bit = true;
+
+  // One block of `count` bytes from unit `first_unit` on (the swapped reading from its start);
+  // a reading already past `limit` is not counted on. Leaves the block's bytes swapped.
+  void take(unsigned char* block, uint64 count, uint64 first_unit, uint64 limit) {
+    const Wchar* const units = reinterpret_cast<const Wchar*>(block);
+    const Wchar* const end = units + count / 2;
+    if (bad_forward <= limit) {
+      for (const Wchar* p = units + first_unit; p < end;) {
+        if (!is_valid_value(impl::decode_utf16<INVALID>(p, end))) ++bad_forward;
+        const Wchar at = p[-1];
+        if (shaped <= limit && is_utf16_shaped(at)) ++shaped;
+        if (seven_bit && !is_seven_bit(at)) seven_bit = false;
+      }
+    }
+    if (bad_swapped <= limit) {
+      for (uint64 i = 0; i + 1 < count; i += 2) std::swap(block[i], block[i + 1]);
+      for (const Wchar* p = units; p < end;) {
+        if (!is_valid_value(impl::decode_utf16<INVALID>(p, end))) ++bad_swapped;
+      }
+    }
+  }
+
+  // The answer and its flags once the counting has ended (`result` false: both readings failed).
+  bool judge(const Utf16_mark& mark, bool result, unsigned char& flags) const {
+    const bool counted_little_endian = bad_forward <= bad_swapped;
+    bool little_endian = counted_little_endian;
+    bool mark_stands = false;
+    if (!mark.found) {
+      if (result && (seven_bit || mark.utf8 || (shaped < bad_forward && shaped < bad_swapped))) result = false;
+    } else if (bad_forward == 0 || bad_swapped == 0 || counted_little_endian == mark.little_endian) {
+      mark_stands = true;
+      little_endian = mark.little_endian;
+    }
+    if (result) flags |= NYM_UTF_IS_UTF16;
+    if (little_endian) flags |= NYM_UTF_LITTLE_ENDIAN;
+    if (mark_stands) flags |= NYM_UTF_MARK;
+    return result;
+  }
+};
 
 }  // namespace
 
@@ -100,7 +148,8 @@ bool nym_is_utf8(const Nym_buffer* buffer, unsigned char& flags, bool& ascii, Ny
         result = false;
         break;
       }
-      if (!is_valid_value(decode_utf8_strict(p))) {
+      // The block holds every continuation byte the lead announces (looked at above).
+      if (!is_valid_value(impl::decode_utf8<INVALID>(p, nullptr))) {
         result = false;
         break;
       }
@@ -134,51 +183,13 @@ bool nym_is_utf16(const Nym_buffer* buffer, unsigned short tolerance, unsigned c
 
   alignas(Wchar) unsigned char block[UTF16_BLOCK];
   uint64 count = impl::answered(in.read(UTF16_BLOCK, block, status), UTF16_BLOCK);
-
-  // The scan measures its end from the block's start, so with a mark it stops one unit short
-  // in the first block.
-  bool mark = false;
-  bool mark_little_endian = false;
-  bool utf8_mark = false;
   uint64 first_unit = 0;
-  if (count >= 2) {
-    const Wchar u0 = load_unit(block);
-    if (u0 == 0xFEFF || u0 == 0xFFFE) {
-      mark = true;
-      mark_little_endian = u0 == 0xFEFF;
-      count -= 2;
-      first_unit = 1;
-    } else if (count >= 4 && u0 == 0xEFBB && block[3] == 0xBF) {
-      // BB EF ?? BF in memory: kept as it stands, though the real UTF-8 mark is EF BB BF.
-      utf8_mark = true;
-    }
-  }
-
-  uint64 bad_forward = 0;
-  uint64 bad_swapped = 0;
-  uint64 shaped = 0;
-  bool seven_bit = true;
+  const Utf16_mark mark = read_mark(block, count, first_unit);
+  Utf16_counts counts;
   bool result = true;
   for (;;) {
-    const Wchar* const units = reinterpret_cast<const Wchar*>(block);
-    const Wchar* const end = units + count / 2;
-    if (bad_forward <= limit) {
-      const Wchar* p = units + first_unit;
-      while (p < end) {
-        if (!is_valid_value(decode_utf16_strict(p, end))) ++bad_forward;
-        const Wchar at = p[-1];
-        if (shaped <= limit && is_utf16_shaped(at)) ++shaped;
-        if (seven_bit && !is_seven_bit(at)) seven_bit = false;
-      }
-    }
-    if (bad_swapped <= limit) {
-      for (uint64 i = 0; i + 1 < count; i += 2) std::swap(block[i], block[i + 1]);
-      const Wchar* p = units;
-      while (p < end) {
-        if (!is_valid_value(decode_utf16_strict(p, end))) ++bad_swapped;
-      }
-    }
-    if (bad_forward > limit && bad_swapped > limit) {
+    counts.take(block, count, first_unit, limit);
+    if (counts.bad_forward > limit && counts.bad_swapped > limit) {
       result = false;
       break;
     }
@@ -189,20 +200,7 @@ bool nym_is_utf16(const Nym_buffer* buffer, unsigned short tolerance, unsigned c
     if (count == 0) break;
   }
   if (status.orig_value() == NYM_S_END_OF_DATA) status.clear();
-
-  const bool counted_little_endian = bad_forward <= bad_swapped;
-  bool little_endian = counted_little_endian;
-  bool mark_stands = false;
-  if (!mark) {
-    if (result && (seven_bit || utf8_mark || (shaped < bad_forward && shaped < bad_swapped))) result = false;
-  } else if (bad_forward == 0 || bad_swapped == 0 || counted_little_endian == mark_little_endian) {
-    mark_stands = true;
-    little_endian = mark_little_endian;
-  }
-  if (result) flags |= NYM_UTF_IS_UTF16;
-  if (little_endian) flags |= NYM_UTF_LITTLE_ENDIAN;
-  if (mark_stands) flags |= NYM_UTF_MARK;
-  return result;
+  return counts.judge(mark, result, flags);
 }
 
 }  // namespace nym
