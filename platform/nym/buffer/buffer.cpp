@@ -8,7 +8,9 @@
 
 #include "base/current_thread.h"
 #include "buffer_platform.h"
+#include "nym/string_buffer.h"
 #include "store_counts.h"
+#include "store_failure.h"
 
 namespace nym {
 
@@ -347,6 +349,60 @@ uint64 Nym_buffer::read_contiguous(bool wait, int64& position, uint64 count, voi
   }
   read_unlock();
   return n;
+}
+
+void Nym_buffer::write_contiguous(int64& position, uint64 count, const void* data, Nym_status& status,
+                                  Contiguous_bytes bytes, Contiguous_resize resize, uint64 unit, uint64 limit) {
+  status.clear();
+  check_write_count(count);
+  if (count == 0) return;
+  write_lock();
+  if (position < 0 || impl::count_within_positions(position, count) < count) {
+    status = NYM_S_BAD_SEEK;
+    status.push(NYM_S_WRITE_FAILED);
+  } else if (static_cast<uint64>(position) + count > limit) {
+    status = NYM_S_STRING_LIMIT;
+    status.push(NYM_S_WRITE_FAILED);
+  } else {
+    try {
+      const uint64 at = static_cast<uint64>(position) / unit;
+      const uint64 end = at + count / unit;
+      uint64 length = 0;
+      void* start = const_cast<void*>(bytes(*this, length));
+      if (end > length / unit) start = resize(*this, end);
+      // memcpy: the caller's bytes need not be aligned for the store's unit.
+      std::memcpy(static_cast<unsigned char*>(start) + at * unit, data, static_cast<std::size_t>(count));
+      position += static_cast<int64>(count);
+    } catch (...) {
+      impl::status_from_exception(status, NYM_S_WRITE_FAILED);
+    }
+  }
+  signal();
+  write_unlock();
+}
+
+void Nym_buffer::seek_contiguous(Nym_seek_mode mode, int64 offset, int64& position, Nym_status& status,
+                                 Contiguous_bytes bytes) const {
+  uint64 length = 0;
+  read_lock();
+  bytes(*this, length);
+  read_unlock();
+  seek_within(mode, offset, position, static_cast<int64>(length), status);
+}
+
+void Nym_buffer::truncate_contiguous(int64 size, Nym_status& status, Contiguous_bytes bytes, Contiguous_resize resize,
+                                     uint64 unit) {
+  status.clear();
+  // Under the write lock, so that no reader copies from the store while it shrinks.
+  write_lock();
+  uint64 length = 0;
+  bytes(*this, length);
+  if (size < 0 || static_cast<uint64>(size) > length / unit) {
+    status = NYM_S_END_OF_DATA;
+  } else {
+    resize(*this, static_cast<uint64>(size));
+  }
+  write_unlock();
 }
 
 void Nym_buffer::check_write_count(uint64 count) {
