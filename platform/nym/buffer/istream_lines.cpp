@@ -7,6 +7,7 @@
 
 #include "nym/istream.h"
 #include "store_counts.h"
+#include "swap_unit.h"
 
 namespace nym {
 
@@ -17,10 +18,6 @@ constexpr uint64 PORTION = 78;
 // The line area is made this large (or max + 2, if smaller) at once and grows only for
 // longer lines, so that a caller may pass a huge max without a huge allocation.
 constexpr uint64 FIRST_AREA = 4096;
-
-constexpr char16_t swap_unit(char16_t unit) {
-  return static_cast<char16_t>(((unit & 0xFFu) << 8) | (unit >> 8));
-}
 
 // The index of the first `wanted` in [from, to), or `to`.
 template <class Unit>
@@ -174,7 +171,7 @@ Nym_eol Nym_istream::read_line(int64 position, bool advance, bool swap, uint64 m
   line.assign(static_cast<const Unit*>(m_line_area), static_cast<std::size_t>(scan.line_length()));
   if constexpr (sizeof(Unit) == 2) {
     if (swap) {
-      for (auto& c : line) c = swap_unit(c);
+      for (auto& c : line) c = impl::swap_unit(c);
     }
   }
   if (scan.seen() > 0 && status == NYM_S_END_OF_DATA) status.clear();
