@@ -1,6 +1,7 @@
 #include "nym/buffer.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -40,6 +41,11 @@ void store_shared(T& word, T value) {
   __atomic_store_n(&word, value, __ATOMIC_RELEASE);
 }
 
+std::atomic<bool> waiters_available{true};
+
+// A waiter for the calling thread, or null when none can be had.
+void* new_waiter() { return waiters_available.load() ? impl::buffer_new_waiter() : nullptr; }
+
 // Counted once, by the first buffer built.
 unsigned int processors() {
   static const unsigned int count = impl::buffer_processor_count();
@@ -61,6 +67,8 @@ int64 nym_advance(int64 position, int64 offset) {
 }
 
 int64 nym_difference(int64 a, int64 b) { return a - b; }
+
+bool impl::nym_set_buffer_waiters(bool available) { return waiters_available.exchange(available); }
 
 Nym_buffer::Nym_buffer() {
   m_waiters.reserve(8);
@@ -233,7 +241,7 @@ void Nym_buffer::write_unlock() const {
 }
 
 void Nym_buffer::wait_for_readers(std::uintptr_t self) const {
-  void* waiter = impl::buffer_new_waiter();
+  void* waiter = new_waiter();
   if (waiter == nullptr) {
     impl::yield_processor();  // nobody could wake this thread: poll
     return;
@@ -262,7 +270,7 @@ void Nym_buffer::wait_for_readers(std::uintptr_t self) const {
 }
 
 void Nym_buffer::wait() const {
-  void* waiter = impl::buffer_new_waiter();
+  void* waiter = new_waiter();
   if (waiter != nullptr) {
     bool listed = true;
     take_spin();

@@ -206,6 +206,15 @@ class NYM_API Nym_buffer {
   static Nym_atomic_counter<unsigned int> m_id_generator;
 };
 
+namespace impl {
+
+// Test seam: while `available` is false, no thread can register to be woken (as when the
+// system has no handle to give): a reader at the end of the data, and a writer waiting for a
+// reader group, poll instead of sleeping. Answers the setting it replaces.
+NYM_API bool nym_set_buffer_waiters(bool available);
+
+}  // namespace impl
+
 }  // namespace nym
 
 #endif
