@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "nym/quote.h"
 
 using namespace nym;
@@ -87,18 +85,6 @@ TEST(QuoteTest, Unquote) {
       wide_expected = c.wide == "\xE2\x98\x83" ? Wstring(u"\u2603") : Wstring(u"\u01FF");
     }
     EXPECT_EQ(unquote(widen(c.in)), wide_expected) << c.in;
-  }
-}
-
-TEST(QuoteTest, RoundTrip) {
-  std::mt19937 rng(42);
-  for (int i = 0; i < 500; ++i) {
-    Nstring n(rng() % 20, '\0');
-    for (char& c : n) c = static_cast<char>(rng());
-    EXPECT_EQ(unquote(quote(n)), n);
-    Wstring w(rng() % 20, u'\0');
-    for (Wchar& c : w) c = static_cast<Wchar>(rng() % 3 == 0 ? rng() % 128 : rng());
-    EXPECT_EQ(unquote(quote(w)), w);
   }
 }
 
@@ -189,18 +175,9 @@ TEST(XmlEscapeTest, FromXml) {
   EXPECT_EQ(out, Nstring("\xE1\xC3"));  // wraps to 8 bits
 }
 
-TEST(XmlEscapeTest, WideRoundTripsWithBackslashEscaping) {
-  std::mt19937 rng(7);
-  for (int i = 0; i < 1000; ++i) {
-    Wstring in(rng() % 24, u'\0');
-    for (Wchar& c : in) c = static_cast<Wchar>(rng() % 2 ? rng() % 128 : rng());
-    Wstring xml;
-    Wstring back;
-    nym_wstring_to_xml(in, xml, true);
-    nym_wstring_from_xml(xml, back);
-    ASSERT_EQ(back, in);
-  }
-  // Without backslash escaping a backslash does not come back.
+// The round trips of random text are the fuzz target's (fuzz_quote); without backslash
+// escaping a backslash does not come back.
+TEST(XmlEscapeTest, WithoutBackslashEscapingABackslashIsLost) {
   Wstring xml;
   Wstring back;
   nym_wstring_to_xml(Wstring(u"a\\_"), xml, false);

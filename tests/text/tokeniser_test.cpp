@@ -39,19 +39,6 @@ struct Case {
 
 Wstring widen(const std::string& s) { return Wstring(s.begin(), s.end()); }
 
-TEST(TokeniserTest, Defaults) {
-  const Nym_tokeniser w;
-  EXPECT_EQ(w.separators(), Wstring(u" \t"));
-  EXPECT_EQ(w.ignore(), Wstring());
-  EXPECT_EQ(w.terminators(), Wstring(u"\n"));
-  EXPECT_EQ(w.terminals(), Wstring());
-  EXPECT_FALSE(w.include_separators());
-  EXPECT_FALSE(w.allow_empty_tokens());
-  const Nym_narrow_tokeniser n;
-  EXPECT_EQ(n.separators(), " \t");
-  EXPECT_EQ(n.terminators(), "\n");
-}
-
 TEST(TokeniserTest, Rules) {
   const Case cases[] = {
       {"defaults", " \t", "", "\n", "", false, false, "a b\tc", {"a", "b", "c"}},
