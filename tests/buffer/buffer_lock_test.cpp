@@ -18,11 +18,13 @@
 #include "nym/string_buffer.h"
 #include "nym/sub_buffer.h"
 #include "nym/wstring_buffer.h"
+#include "test_helpers.h"
 #include "test_stores.h"
 
 using namespace nym;
 using nym_test::Open;
 using nym_test::until;
+using nym_test::what_of;
 using String_store = Open<Nym_string_buffer>;
 using Wide_store = Open<Nym_wstring_buffer>;
 
@@ -44,16 +46,11 @@ void spin_a_while() {
 
 }  // namespace
 
-TEST(BufferTest, IdsConnectionsAndTheOneWriter) {
+TEST(BufferTest, IdsConnectionsTheOneWriterAndWhatARefusedWriteLeaves) {
   std::set<unsigned int> ids;
-  for (int i = 0; i < 100; ++i) {
-    Nstring text;
-    String_store store(text, false);
-    EXPECT_NE(store.id(), 0u);
-    ids.insert(store.id());
-  }
-  EXPECT_EQ(ids.size(), 100u);
-
+  Nstring empty;
+  for (int i = 0; i < 100; ++i) ids.insert(Nym_string_buffer(empty, false).id());
+  EXPECT_TRUE(ids.size() == 100 && ids.count(0) == 0);
   Nstring text = "abc";
   String_store store(text, false);
   store.disconnect_ostream();
@@ -62,85 +59,31 @@ TEST(BufferTest, IdsConnectionsAndTheOneWriter) {
   store.connect_ostream(status);
   EXPECT_TRUE(status.is_clear());
   store.connect_ostream(status);
-  EXPECT_EQ(status.value(), NYM_S_NO_WRITER_TAKEN);
-  EXPECT_EQ(store.num_ostream(), 1u);
+  EXPECT_TRUE(status == NYM_S_NO_WRITER_TAKEN && store.num_ostream() == 1);
+  char data[8];
+  int64 position = 3;
+  EXPECT_EQ(store.read_at(false, position, 1, data, status), 0u);
+  EXPECT_EQ(status, NYM_S_END_OF_DATA) << "a writer, but no wait";
   store.disconnect_ostream();
   store.disconnect_ostream();
-  EXPECT_EQ(store.signals(), 1) << "the writer leaving wakes the readers, once";
-  EXPECT_EQ(store.num_ostream(), 0u);
+  EXPECT_TRUE(store.signals() == 1 && store.num_ostream() == 0) << "the writer leaving wakes the readers, once";
+  EXPECT_EQ(store.read_at(true, position, 1, data, status), 0u);
+  EXPECT_EQ(status, NYM_S_END_OF_DATA) << "a wait, but no writer";
   {
-    Nym_unbuffered_istream a(store, false, status);
-    Nym_unbuffered_istream b(store, false, status);
+    Nym_unbuffered_istream a(store, false, status), b(store, false, status);
     Nym_buffered_istream c(store, false, status);
-    EXPECT_EQ(store.num_unbuffered_istream(), 2u);
-    EXPECT_EQ(store.num_buffered_istream(), 1u);
     b.detach();
     b.detach();
-    EXPECT_EQ(store.num_unbuffered_istream(), 1u);
+    EXPECT_TRUE(store.num_unbuffered_istream() == 1 && store.num_buffered_istream() == 1);
   }
   store.disconnect_unbuffered_istream();
-  store.disconnect_buffered_istream();
   EXPECT_EQ(store.num_unbuffered_istream() + store.num_buffered_istream(), 0u) << "counts stop at 0";
-}
-
-TEST(BufferTest, AWriteOfTooManyBytesRaisesBeforeLocking) {
-  Nstring text;
-  String_store store(text, true);
-  Nym_status status;
-  int64 position = 0;
-  try {
-    store.write_at(position, static_cast<uint64>(MAX64) + 1, "", status);
-    FAIL() << "no exception";
-  } catch (const std::out_of_range& e) {
-    EXPECT_STREQ(e.what(), "writing too many bytes to the buffer.");
-  }
+  position = 0;
+  EXPECT_EQ(what_of([&] { store.write_at(position, static_cast<uint64>(MAX64) + 1, "", status); }),
+            "writing too many bytes to the buffer.");
   store.write_at(position, 0, "", status);
-  EXPECT_EQ(store.signals(), 0) << "a count of 0 signals nothing";
-  char byte;
-  EXPECT_EQ(store.read_at(false, position, 1, &byte, status), 0u) << "the lock was left free";
-  EXPECT_EQ(status.value(), NYM_S_END_OF_DATA);
-}
-
-// A read at the end sleeps only when it may wait and a writer is connected; it wakes for the
-// first byte written and for the writer leaving, and size(true) waits for the final length.
-TEST(BufferTest, ABlockingReaderSleepsUntilTheWriterWritesOrLeaves) {
-  Nstring text = "ab";
-  String_store store(text, false);
-  Nym_status status;
-  char data[8] = {};
-  int64 position = 2;
-  EXPECT_EQ(store.read_at(true, position, sizeof data, data, status), 0u);
-  EXPECT_EQ(status.value(), NYM_S_END_OF_DATA) << "no writer";
-  Nym_ostream out(store, status);
-  out.seek(int64{2});
-  EXPECT_EQ(store.read_at(false, position, sizeof data, data, status), 0u);
-  EXPECT_EQ(status.value(), NYM_S_END_OF_DATA) << "no wait";
-  EXPECT_EQ(store.size(false, status), 2);
-
-  Nym_status reader_status(0x1234);
-  uint64 got = 9;
-  std::thread reader([&] { got = store.read_at(true, position, sizeof data, data, reader_status); });
-  until([&] { return store.sleeping() == 1; });
-  out.write(1, "x", status);
-  reader.join();
-  EXPECT_EQ(got, 1u);
-  EXPECT_EQ(data[0], 'x');
-  EXPECT_TRUE(reader_status.is_clear());
-
-  int64 final_size = -1;
-  Nym_status size_status;
-  std::thread ender([&] { got = store.read_at(true, position, sizeof data, data, reader_status); });
-  std::thread sizer([&] { final_size = store.size(true, size_status); });
-  until([&] { return store.sleeping() == 2; });
-  out.write(2, "yz", status);
-  out.detach();
-  ender.join();
-  sizer.join();
-  EXPECT_EQ(final_size, 5);
-  EXPECT_LE(got, 2u) << "the second reader took the new bytes, or woke at the end";
-  if (got == 0) {
-    EXPECT_EQ(reader_status.value(), NYM_S_END_OF_DATA);
-  }
+  EXPECT_EQ(store.signals(), 1) << "a count of 0 signals nothing";
+  EXPECT_EQ(store.read_all(0, status), "abc") << "the lock was left free";
 }
 
 // Two readers inside the read lock at once; a writer that arrives meanwhile is seen waiting at
@@ -179,11 +122,9 @@ TEST(BufferTest, TheLastReaderOutReleasesForTheWriter) {
   Nstring text;
   String_store store(text, false);
   store.lock_for_reading();
-  std::thread second([&] { store.lock_for_reading(); });
-  second.join();
+  std::thread([&] { store.lock_for_reading(); }).join();
   store.unlock_for_reading();
-  std::thread last([&] { store.unlock_for_reading(); });
-  last.join();
+  std::thread([&] { store.unlock_for_reading(); }).join();
   Nym_status status;
   int64 position = 0;
   store.write_at(position, 1, "x", status);  // hangs if the group kept the writer lock
@@ -392,22 +333,11 @@ TEST(MultiBufferTest, AMemberWithALiveWriterIsReadOnceItIsFinal) {
 
 TEST(BufferTest, AdvanceKeepsPositionsWithinRange) {
   constexpr int64 MIN64 = std::numeric_limits<int64>::min();
-  const struct {
-    int64 position, offset, result;  // -1: underflow, -2: overflow
-  } cases[] = {{0, -1, -1},        {MAX64, 1, -2},    {5, -5, 0},          {5, 3, 8},         {0, MAX64, MAX64},
-               {1, MAX64, -2},     {MAX64, MIN64, -1}, {MAX64, -MAX64, 0}, {-1, 5, -1}};
+  const int64 cases[][3] = {{0, -1, -1},   {MAX64, 1, -2}, {5, -5, 0},         {0, MAX64, MAX64},
+                            {1, MAX64, -2}, {MAX64, MIN64, -1}, {MAX64, -MAX64, 0}, {-1, 5, -1}};  // -1 under, -2 over
   for (const auto& c : cases) {
-    std::string what = "(nothing raised)";
-    int64 got = -9;
-    try {
-      got = nym_advance(c.position, c.offset);
-    } catch (const std::underflow_error& e) {
-      what = std::string("under: ") + e.what();
-    } catch (const std::overflow_error& e) {
-      what = std::string("over: ") + e.what();
-    }
-    if (c.result == -1) EXPECT_EQ(what, "under: Stream position going negative.") << c.position << " " << c.offset;
-    else if (c.result == -2) EXPECT_EQ(what, "over: Stream position too large.") << c.position << " " << c.offset;
-    else EXPECT_EQ(got, c.result) << c.position << " " << c.offset;
+    const std::string what = what_of([&] { EXPECT_EQ(nym_advance(c[0], c[1]), c[2]); });
+    EXPECT_EQ(what, c[2] == -1 ? "Stream position going negative." : c[2] == -2 ? "Stream position too large." : "(nothing raised)")
+        << c[0] << " " << c[1];
   }
 }
