@@ -14,6 +14,7 @@
 #include "nym/string_basic.h"
 #include "nym/test_clock.h"
 #include "security/account_db.h"
+#include "test_helpers.h"
 
 namespace nym_test {
 
@@ -63,12 +64,6 @@ class Fake_accounts : public nym::impl::Account_database {
 
   const nym::impl::Account_database* m_previous;
 };
-
-inline std::string utf8(const nym::Wstring& text) {
-  std::string out;
-  nym::nym_string_append(out, text.c_str());
-  return out;
-}
 
 // A test clock a day past the one before, so that the library's group cache starts empty.
 inline std::unique_ptr<nym::Nym_test_clock> fresh_cache_period() {
