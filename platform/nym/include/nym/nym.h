@@ -43,8 +43,10 @@
 
 #if defined(_WIN32)
 #include "nym/acl.h"
+#include "nym/registry.h"
 #include "nym/security.h"
 #include "nym/security_id.h"
+#include "nym/syslog.h"
 #endif
 
 #endif
