@@ -62,6 +62,16 @@ void fail(Nym_status& status, LONG code, unsigned int what, const Wstring& key, 
   status.push(what, Nym_wstring_status_arg(key), Nym_wstring_status_arg(name));
 }
 
+// Opens the key, or with `create` creates it, for `access`; a failure reports `what` with the key
+// over the system's code.
+bool open_for(void* root, const Wstring& key, REGSAM access, bool create, unsigned int what, Key& k,
+              Nym_status& status) {
+  const LONG result = create ? create_key(root, key, access, k) : open_key(root, key, access, k);
+  if (result == ERROR_SUCCESS) return true;
+  fail(status, result, what, key);
+  return false;
+}
+
 // Reads a value's type and bytes into `data`, which ends up exactly as long as the system says
 // the value is. `first` bytes are tried first; with `grow` a longer value is read again.
 LONG query(HKEY key, const Wstring& name, DWORD first, bool grow, DWORD& type, std::vector<unsigned char>& data) {
@@ -82,12 +92,8 @@ LONG query(HKEY key, const Wstring& name, DWORD first, bool grow, DWORD& type, s
 bool read_value(void* root, const Wstring& key, const Wstring& name, DWORD first, bool grow, DWORD& type,
                 std::vector<unsigned char>& data, Nym_status& status) {
   Key k;
-  LONG result = open_key(root, key, KEY_QUERY_VALUE, k);
-  if (result != ERROR_SUCCESS) {
-    fail(status, result, NYM_S_REG_KEY_OPEN_FAILED, key);
-    return false;
-  }
-  result = query(k.get(), name, first, grow, type, data);
+  if (!open_for(root, key, KEY_QUERY_VALUE, false, NYM_S_REG_KEY_OPEN_FAILED, k, status)) return false;
+  const LONG result = query(k.get(), name, first, grow, type, data);
   if (result != ERROR_SUCCESS) {
     fail(status, result, NYM_S_REG_VALUE_READ_FAILED, key, name);
     return false;
@@ -95,18 +101,24 @@ bool read_value(void* root, const Wstring& key, const Wstring& name, DWORD first
   return true;
 }
 
-void get_text(void* root, const Wstring& path, const Wstring& subkey, const Wstring& name, DWORD want, bool grow,
-              unsigned int wrong_type, Wstring& value, Nym_status& status) {
+// The bytes of a value of type `want`; `wrong_type` reports another type.
+bool read_typed(void* root, const Wstring& path, const Wstring& subkey, const Wstring& name, DWORD want, bool grow,
+                unsigned int wrong_type, std::vector<unsigned char>& data, Nym_status& status) {
   status.clear();
   const Wstring key = reg_join(path, subkey);
   DWORD type = 0;
+  if (!read_value(root, key, name, FIRST_READ_BYTES, grow, type, data, status)) return false;
+  if (type == want) return true;
+  status.assign(wrong_type, Nym_wstring_status_arg(key), Nym_wstring_status_arg(name));
+  return false;
+}
+
+void get_text(void* root, const Wstring& path, const Wstring& subkey, const Wstring& name, DWORD want, bool grow,
+              unsigned int wrong_type, Wstring& value, Nym_status& status) {
   std::vector<unsigned char> data;
-  if (!read_value(root, key, name, FIRST_READ_BYTES, grow, type, data, status)) return;
-  if (type != want) {
-    status.assign(wrong_type, Nym_wstring_status_arg(key), Nym_wstring_status_arg(name));
-    return;
+  if (read_typed(root, path, subkey, name, want, grow, wrong_type, data, status)) {
+    value = impl::reg_text(data.data(), data.size());
   }
-  value = impl::reg_text(data.data(), data.size());
 }
 
 void set_value(void* root, const Wstring& path, const Wstring& subkey, const Wstring& name, DWORD type,
@@ -114,13 +126,9 @@ void set_value(void* root, const Wstring& path, const Wstring& subkey, const Wst
   status.clear();
   const Wstring key = reg_join(path, subkey);
   Key k;
-  LONG result = create_key(root, key, KEY_SET_VALUE, k);
-  if (result != ERROR_SUCCESS) {
-    fail(status, result, NYM_S_REG_KEY_WRITE_OPEN_FAILED, key);
-    return;
-  }
-  result = RegSetValueExW(k.get(), win32_wide(name), 0, type, static_cast<const BYTE*>(data),
-                          static_cast<DWORD>(bytes));
+  if (!open_for(root, key, KEY_SET_VALUE, true, NYM_S_REG_KEY_WRITE_OPEN_FAILED, k, status)) return;
+  const LONG result =
+      RegSetValueExW(k.get(), win32_wide(name), 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(bytes));
   if (result != ERROR_SUCCESS) fail(status, result, NYM_S_REG_VALUE_WRITE_FAILED, key, name);
 }
 
@@ -137,15 +145,11 @@ void enum_names(void* root, const Wstring& path, const Wstring& subkey, REGSAM a
   names.clear();
   const Wstring key = reg_join(path, subkey);
   Key k;
-  LONG result = open_key(root, key, access, k);
-  if (result != ERROR_SUCCESS) {
-    fail(status, result, NYM_S_REG_KEY_OPEN_FAILED, key);
-    return;
-  }
+  if (!open_for(root, key, access, false, NYM_S_REG_KEY_OPEN_FAILED, k, status)) return;
   std::vector<wchar_t> buffer(KEY_NAME_UNITS);
   for (DWORD index = 0;; ++index) {
     DWORD units = static_cast<DWORD>(buffer.size());
-    result = next(k.get(), index, buffer.data(), &units);
+    const LONG result = next(k.get(), index, buffer.data(), &units);
     if (result == ERROR_MORE_DATA && buffer.size() < longest) {
       buffer.resize(longest);
       --index;  // the same entry again, with room for any name
@@ -258,15 +262,9 @@ void nym_copy_reg_key(void* from_root, const Wstring& from_path, void* to_root, 
   }
   {
     Key from;
-    LONG result = open_key(from_root, from_path, KEY_QUERY_VALUE, from);
-    if (result != ERROR_SUCCESS) {
-      fail(status, result, NYM_S_REG_KEY_OPEN_FAILED, from_path);
-      return;
-    }
     Key to;
-    result = create_key(to_root, to_path, KEY_SET_VALUE, to);
-    if (result != ERROR_SUCCESS) {
-      fail(status, result, NYM_S_REG_KEY_WRITE_OPEN_FAILED, to_path);
+    if (!open_for(from_root, from_path, KEY_QUERY_VALUE, false, NYM_S_REG_KEY_OPEN_FAILED, from, status) ||
+        !open_for(to_root, to_path, KEY_SET_VALUE, true, NYM_S_REG_KEY_WRITE_OPEN_FAILED, to, status)) {
       return;
     }
     copy_values(from.get(), from_path, to.get(), to_path, status);
@@ -292,12 +290,8 @@ void nym_remove_reg_key(void* key, const Wstring& path, const Wstring& subkey, c
   }
   if (status.is_error()) return;
   Key k;
-  LONG result = open_key(key, parent, KEY_ENUMERATE_SUB_KEYS, k);
-  if (result != ERROR_SUCCESS) {
-    fail(status, result, NYM_S_REG_KEY_OPEN_FAILED, parent);
-    return;
-  }
-  result = RegDeleteKeyW(k.get(), win32_wide(name));
+  if (!open_for(key, parent, KEY_ENUMERATE_SUB_KEYS, false, NYM_S_REG_KEY_OPEN_FAILED, k, status)) return;
+  const LONG result = RegDeleteKeyW(k.get(), win32_wide(name));
   if (result != ERROR_SUCCESS) fail(status, result, NYM_S_REG_KEY_DELETE_FAILED, parent);
 }
 
@@ -349,13 +343,9 @@ void nym_get_reg_uint_value(void* key, const Wstring& path, const Wstring& subke
   status.clear();
   const Wstring joined = reg_join(path, subkey);
   Key k;
-  LONG result = open_key(key, joined, KEY_QUERY_VALUE, k);
-  if (result != ERROR_SUCCESS) {
-    fail(status, result, NYM_S_REG_KEY_OPEN_FAILED, joined);
-    return;
-  }
+  if (!open_for(key, joined, KEY_QUERY_VALUE, false, NYM_S_REG_KEY_OPEN_FAILED, k, status)) return;
   DWORD type = 0;
-  result = RegQueryValueExW(k.get(), win32_wide(name), nullptr, &type, nullptr, nullptr);
+  LONG result = RegQueryValueExW(k.get(), win32_wide(name), nullptr, &type, nullptr, nullptr);
   if (result == ERROR_SUCCESS && type != REG_DWORD && type != REG_SZ) {
     status.assign(NYM_S_REG_NOT_NUMBER, Nym_wstring_status_arg(joined), Nym_wstring_status_arg(name));
     return;
@@ -382,16 +372,10 @@ void nym_get_reg_uint_value(void* key, const Wstring& path, const Wstring& subke
 void nym_get_reg_multi_string_value(void* key, const Wstring& path, const Wstring& subkey, const Wstring& name,
                                     std::vector<Wstring>& value, Nym_status& status) {
   value.clear();
-  status.clear();
-  const Wstring joined = reg_join(path, subkey);
-  DWORD type = 0;
   std::vector<unsigned char> data;
-  if (!read_value(key, joined, name, FIRST_READ_BYTES, true, type, data, status)) return;
-  if (type != REG_MULTI_SZ) {
-    status.assign(NYM_S_REG_NOT_MULTI_STRING, Nym_wstring_status_arg(joined), Nym_wstring_status_arg(name));
-    return;
+  if (read_typed(key, path, subkey, name, REG_MULTI_SZ, true, NYM_S_REG_NOT_MULTI_STRING, data, status)) {
+    impl::reg_texts(data.data(), data.size(), value);
   }
-  impl::reg_texts(data.data(), data.size(), value);
 }
 
 void nym_set_reg_string_value(void* key, const Wstring& path, const Wstring& subkey, const Wstring& name,
@@ -421,12 +405,8 @@ void nym_remove_reg_value(void* key, const Wstring& path, const Wstring& subkey,
   status.clear();
   const Wstring joined = reg_join(path, subkey);
   Key k;
-  LONG result = open_key(key, joined, KEY_SET_VALUE, k);
-  if (result != ERROR_SUCCESS) {
-    fail(status, result, NYM_S_REG_KEY_OPEN_FAILED, joined);
-    return;
-  }
-  result = RegDeleteValueW(k.get(), win32_wide(name));
+  if (!open_for(key, joined, KEY_SET_VALUE, false, NYM_S_REG_KEY_OPEN_FAILED, k, status)) return;
+  const LONG result = RegDeleteValueW(k.get(), win32_wide(name));
   if (result != ERROR_SUCCESS) fail(status, result, NYM_S_REG_VALUE_DELETE_FAILED, joined, name);
 }
 
