@@ -24,3 +24,16 @@ configure_package_config_file(cmake/nym2208Config.cmake.in ${CMAKE_BINARY_DIR}/n
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/nym2208ConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/nym2208Config.cmake ${CMAKE_BINARY_DIR}/nym2208ConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/nym2208)
+
+# ---- Xerces-C, for callers of Nym_status::to_xml and from_xml: its headers, import library and
+# DLL (the DLL is among NYM_RUNTIME_DLLS), and the imported target nym2208::xerces.
+if(TARGET nym_dep_xerces)
+  get_target_property(_nym_xerces_implib nym_dep_xerces IMPORTED_IMPLIB)
+  get_target_property(_nym_xerces_dll nym_dep_xerces IMPORTED_LOCATION)
+  get_filename_component(NYM_XERCES_IMPLIB_NAME "${_nym_xerces_implib}" NAME)
+  get_filename_component(NYM_XERCES_DLL_NAME "${_nym_xerces_dll}" NAME)
+  install(DIRECTORY ${NYM_DEPS_PREFIX}/include/xercesc DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(FILES ${_nym_xerces_implib} DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  configure_file(cmake/nym2208Xerces.cmake.in ${CMAKE_BINARY_DIR}/nym2208Xerces.cmake @ONLY)
+  install(FILES ${CMAKE_BINARY_DIR}/nym2208Xerces.cmake DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/nym2208)
+endif()

@@ -28,5 +28,5 @@ ctest --preset host-tsan -R '^(thread|buffer|sync)$'
 
 echo "== fuzz targets (clang, libFuzzer, ${NYM_FUZZ_SECONDS:-20} s each)"
 cmake --preset host-fuzz -DNYM_FUZZ_SECONDS="${NYM_FUZZ_SECONDS:-20}" >/dev/null
-cmake --build --preset host-fuzz --target nym_fuzz_utf nym_fuzz_quote nym_fuzz_tokeniser nym_fuzz_path nym_fuzz_streams
+cmake --build --preset host-fuzz --target nym_fuzz_utf nym_fuzz_quote nym_fuzz_tokeniser nym_fuzz_path nym_fuzz_streams nym_fuzz_status_xml
 ctest --preset host-fuzz

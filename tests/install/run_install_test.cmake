@@ -15,7 +15,8 @@ file(REMOVE_RECURSE ${NYM_WORK_DIR})
 
 run_step(${CMAKE_COMMAND} --install ${NYM_BUILD_DIR} --prefix ${prefix})
 foreach(expected include/nym/nym.h lib/libnym2208.dll.a bin/nym2208.dll bin/nymres2208.dll bin/icuuc72.dll
-                 bin/icudt72.dll lib/cmake/nym2208/nym2208Config.cmake lib/cmake/nym2208/NymMessageDll.cmake)
+                 bin/icudt72.dll lib/cmake/nym2208/nym2208Config.cmake lib/cmake/nym2208/NymMessageDll.cmake
+                 include/xercesc/dom/DOM.hpp lib/libxerces-c.dll.a bin/libxerces-c.dll)
   if(NOT EXISTS ${prefix}/${expected})
     message(FATAL_ERROR "the installed package lacks ${expected}")
   endif()

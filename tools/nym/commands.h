@@ -24,6 +24,7 @@ int run_acl(const Words& words);
 int run_convert(const Words& words);
 int run_date(const Words& words);
 int run_detect(const Words& words);
+int run_reg(const Words& words);
 int run_sid(const Words& words);
 int run_path(const Words& words);
 int run_status(const Words& words);

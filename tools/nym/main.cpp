@@ -19,13 +19,17 @@ const nym_tool::Command COMMANDS[] = {
      nym_tool::run_date},
     {"detect", "nym detect [--tolerance N] FILE", "tell whether a file is UTF-8 or UTF-16, its byte order and mark",
      nym_tool::run_detect},
-    {"sid", "nym sid NAME|S-1-...", "a trustee's account name, SID string, binary SID and type", nym_tool::run_sid},
     {"path", "nym path [--relative-to BASE] PATH...",
      "the parts of each path (drive, UNC, directory, filename, base, extension, levels) and its simplified "
      "form, or each path relative to BASE",
      nym_tool::run_path},
-    {"status", "nym status CODE [ARG...]",
-     "show a status code: normalised value, HRESULT, severity, facility and its words", nym_tool::run_status},
+    {"reg", "nym reg get|set|list KEY [VALUE]",
+     "a registry value by its type, write a string (or dword:N), or list a key's subkeys and values",
+     nym_tool::run_reg},
+    {"sid", "nym sid NAME|S-1-...", "a trustee's account name, SID string, binary SID and type", nym_tool::run_sid},
+    {"status", "nym status [--xml] CODE [ARG...]",
+     "show a status code: normalised value, HRESULT, severity, facility and its words; or as XML",
+     nym_tool::run_status},
 };
 
 void print_help() {

@@ -51,8 +51,10 @@
 #include "nym/acl.h"
 #include "nym/message_queue.h"
 #include "nym/mutex.h"
+#include "nym/registry.h"
 #include "nym/security.h"
 #include "nym/security_id.h"
+#include "nym/syslog.h"
 #endif
 
 #endif
