@@ -1,5 +1,8 @@
-# Installs the build into a scratch prefix, builds tests/install/consumer against it with
-# find_package(nym2208), and runs the result.
+# Installs the build into a scratch prefix and makes the package archive; checks that shipped
+# binaries are stripped and their debug files still serve a debugger; then, for the installed
+# tree and for the unpacked archive alike, builds tests/install/consumer against it with
+# find_package(nym2208) and the package's own toolchain file, and runs its programs under Wine
+# with only the DLLs that $<TARGET_RUNTIME_DLLS> copied beside them.
 function(run_step)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE err)
   if(NOT result EQUAL 0)
@@ -8,27 +11,105 @@ function(run_step)
   set(step_output "${out}" PARENT_SCOPE)
 endfunction()
 
+# Every file below a directory, relative to it, sorted.
+function(list_tree dir out_var)
+  file(GLOB_RECURSE files RELATIVE ${dir} ${dir}/*)
+  list(SORT files)
+  set(${out_var} "${files}" PARENT_SCOPE)
+endfunction()
+
 set(prefix ${NYM_WORK_DIR}/prefix)
-set(consumer_build ${NYM_WORK_DIR}/consumer)
 file(REMOVE_RECURSE ${NYM_WORK_DIR})
 
 run_step(${CMAKE_COMMAND} --install ${NYM_BUILD_DIR} --prefix ${prefix})
-foreach(expected include/nym/nym.h lib/libnym2208.dll.a bin/nym2208.dll bin/icuuc72.dll bin/icudt72.dll
-                 lib/cmake/nym2208/nym2208Config.cmake)
+string(REPLACE "," ";" runtime_dlls "${NYM_RUNTIME_DLLS}")
+foreach(expected include/nym/nym.h lib/libnym2208.dll.a bin/nym.exe bin/nym.exe.debug bin/nym2208.dll.debug
+                 lib/cmake/nym2208/nym2208Config.cmake lib/cmake/nym2208/toolchain-mingw-w64.cmake)
   if(NOT EXISTS ${prefix}/${expected})
     message(FATAL_ERROR "the installed package lacks ${expected}")
   endif()
 endforeach()
+foreach(dll IN LISTS runtime_dlls)
+  if(NOT EXISTS ${prefix}/bin/${dll})
+    message(FATAL_ERROR "the installed package lacks bin/${dll}")
+  endif()
+endforeach()
 
-run_step(${CMAKE_COMMAND} -S ${NYM_CONSUMER_DIR} -B ${consumer_build} -G Ninja
-  -DCMAKE_TOOLCHAIN_FILE=${NYM_TOOLCHAIN} -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_FIND_ROOT_PATH=${prefix} -DCMAKE_BUILD_TYPE=Release)
-run_step(${CMAKE_COMMAND} --build ${consumer_build})
-
-# What a user ships: the installed DLLs beside the program.
-file(GLOB dlls ${prefix}/bin/*.dll)
-file(COPY ${dlls} DESTINATION ${consumer_build})
-run_step(${NYM_WINE_RUN} ${consumer_build}/consumer.exe)
-if(NOT step_output MATCHES "consumer ok")
-  message(FATAL_ERROR "consumer printed: ${step_output}")
+# The headers need C++17: the exported target says so, whatever a consumer's compiler defaults to.
+file(READ ${prefix}/lib/cmake/nym2208/nym2208Targets.cmake targets)
+if(NOT targets MATCHES "INTERFACE_COMPILE_FEATURES \"cxx_std_17\"")
+  message(FATAL_ERROR "nym2208::nym2208 does not require cxx_std_17")
 endif()
-message(STATUS "installed package builds and runs: ${step_output}")
+
+# Stripped where installed, full in the build tree; a debugger finds the lines through the link.
+run_step(${NYM_OBJDUMP} -h ${NYM_BUILT_DLL})
+if(NOT step_output MATCHES "\\.debug_info")
+  message(FATAL_ERROR "the build tree's nym2208.dll has no debug information")
+endif()
+foreach(binary_and_function "nym2208.dll;nym::nym_normalize" "nym.exe;main")
+  list(GET binary_and_function 0 binary)
+  list(GET binary_and_function 1 function)
+  run_step(${NYM_OBJDUMP} -h ${prefix}/bin/${binary})
+  if(step_output MATCHES "\\.debug_" OR NOT step_output MATCHES "\\.gnu_debuglink")
+    message(FATAL_ERROR "installed ${binary} is not stripped with a debug link:\n${step_output}")
+  endif()
+  run_step(${NYM_GDB} -batch -nx -ex "info line ${function}" ${prefix}/bin/${binary})
+  if(NOT step_output MATCHES "Line [0-9]+ of \"[^\"]+\\.cpp\"")
+    message(FATAL_ERROR "gdb finds no line for ${function} in ${binary} through its debug file:\n${step_output}")
+  endif()
+endforeach()
+
+# The archive: named from the version, holding exactly what an install lays out.
+get_filename_component(cmake_dir ${CMAKE_COMMAND} DIRECTORY)
+run_step(${cmake_dir}/cpack --config ${NYM_BUILD_DIR}/CPackConfig.cmake -B ${NYM_WORK_DIR}/cpack)
+set(archive_name nym2208-${NYM_VERSION}-win64)
+set(archive ${NYM_WORK_DIR}/cpack/${archive_name}.zip)
+if(NOT EXISTS ${archive})
+  message(FATAL_ERROR "cpack made no ${archive_name}.zip:\n${step_output}")
+endif()
+file(MAKE_DIRECTORY ${NYM_WORK_DIR}/unpacked)
+run_step(${CMAKE_COMMAND} -E chdir ${NYM_WORK_DIR}/unpacked ${CMAKE_COMMAND} -E tar xf ${archive})
+set(unpacked ${NYM_WORK_DIR}/unpacked/${archive_name})
+list_tree(${prefix} installed_files)
+list_tree(${unpacked} archived_files)
+if(NOT installed_files STREQUAL archived_files)
+  message(FATAL_ERROR "the archive holds\n  ${archived_files}\nan install holds\n  ${installed_files}")
+endif()
+foreach(file IN LISTS installed_files)
+  file(SHA256 ${prefix}/${file} installed_hash)
+  file(SHA256 ${unpacked}/${file} archived_hash)
+  if(NOT installed_hash STREQUAL archived_hash)
+    message(FATAL_ERROR "the archive's ${file} differs from an installed one")
+  endif()
+endforeach()
+
+execute_process(COMMAND ${NYM_BZIP2} -dc ${NYM_NORMALIZATION_TEST}
+  OUTPUT_FILE ${NYM_WORK_DIR}/NormalizationTest.txt RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "cannot unpack ${NYM_NORMALIZATION_TEST} (${result})")
+endif()
+
+foreach(root ${prefix} ${unpacked})
+  get_filename_component(name ${root} NAME)
+  set(build ${NYM_WORK_DIR}/consumer-${name})
+  # Only the package's toolchain file: it points find_package at the package it came with.
+  run_step(${CMAKE_COMMAND} -S ${NYM_CONSUMER_DIR} -B ${build} -G Ninja -DCMAKE_BUILD_TYPE=Release
+    -DCMAKE_TOOLCHAIN_FILE=${root}/lib/cmake/nym2208/toolchain-mingw-w64.cmake)
+  run_step(${CMAKE_COMMAND} --build ${build})
+  file(GLOB copied RELATIVE ${build} ${build}/*.dll)
+  list(SORT copied)
+  set(expected ${runtime_dlls})
+  list(SORT expected)
+  if(NOT copied STREQUAL expected)
+    message(FATAL_ERROR "$<TARGET_RUNTIME_DLLS> copied ${copied}; the library needs ${expected}")
+  endif()
+
+  run_step(${NYM_WINE_RUN} ${build}/consumer.exe)
+  if(NOT step_output MATCHES "consumer ok")
+    message(FATAL_ERROR "consumer printed: ${step_output}")
+  endif()
+  run_step(${NYM_WINE_RUN} ${build}/version_check.exe)
+  message(STATUS "${name}: ${step_output}")
+  run_step(${NYM_WINE_RUN} ${build}/nfkc_conformance.exe Z:${NYM_WORK_DIR}/NormalizationTest.txt)
+  message(STATUS "${name}: ${step_output}")
+endforeach()
