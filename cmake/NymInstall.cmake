@@ -9,23 +9,35 @@ include(CMakePackageConfigHelpers)
 
 set(NYM_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/nym2208)
 
-# nym_install_binary(<target> [EXPORT <set>]): installs a DLL or program into bin/ stripped,
-# its debug information split into <file>.debug beside it (the build tree keeps the full file).
-# Every binary the package ships goes through here.
-function(nym_install_binary target)
-  cmake_parse_arguments(ARG "" "EXPORT" "" ${ARGN})
-  set(export)
-  if(ARG_EXPORT)
-    set(export EXPORT ${ARG_EXPORT})
+# nym_install_binary(<target> [EXPORT <set>]) installs a DLL or program target into bin/;
+# nym_install_binary(FILE <path>) installs a DLL made otherwise (a custom target's output;
+# generator expressions allowed). Either is stripped where installed, its debug information
+# split into <file>.debug beside it (the build tree keeps the full file). Every binary the
+# package ships goes through here.
+function(nym_install_binary)
+  cmake_parse_arguments(ARG "" "EXPORT;FILE" "" ${ARGN})
+  if(ARG_FILE)
+    install(FILES ${ARG_FILE} DESTINATION ${CMAKE_INSTALL_BINDIR})
+    set(built "${ARG_FILE}")
+    set(name "$<PATH:GET_FILENAME,${ARG_FILE}>")
+  else()
+    set(target ${ARG_UNPARSED_ARGUMENTS})
+    set(export)
+    if(ARG_EXPORT)
+      set(export EXPORT ${ARG_EXPORT})
+    endif()
+    install(TARGETS ${target} ${export}
+      RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+      LIBRARY DESTINATION ${CMAKE_INSTALL_BINDIR}
+      ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    set(built "$<TARGET_FILE:${target}>")
+    set(name "$<TARGET_FILE_NAME:${target}>")
   endif()
-  install(TARGETS ${target} ${export}
-    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
-    LIBRARY DESTINATION ${CMAKE_INSTALL_BINDIR}
-    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
   install(CODE "
     set(NYM_OBJCOPY \"${CMAKE_OBJCOPY}\")
-    set(NYM_BUILT_FILE \"$<TARGET_FILE:${target}>\")
-    set(NYM_INSTALLED_FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/$<TARGET_FILE_NAME:${target}>\")
+    set(NYM_OBJDUMP \"${CMAKE_OBJDUMP}\")
+    set(NYM_BUILT_FILE \"${built}\")
+    set(NYM_INSTALLED_FILE \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_BINDIR}/${name}\")
     include(\"${PROJECT_SOURCE_DIR}/cmake/NymSplitDebug.cmake\")")
 endfunction()
 

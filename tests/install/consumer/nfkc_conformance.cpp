@@ -73,7 +73,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   std::string line, part;
-  std::set<unsigned long> listed;  // Part 1's single code points
+  std::set<unsigned long> listed;  // the single code points of the @Part1 section
   int lines = 0;
   for (int number = 1; std::getline(file, line); ++number) {
     if (line.empty() || line[0] == '#') continue;
