@@ -1,9 +1,10 @@
 # `cmake --install` lays out what a product ships and builds against:
-#   bin/      nym2208.dll and nym.exe, stripped, each with <file>.debug beside it; ICU's and
-#             Xerces' DLLs
+#   bin/      nym2208.dll and nym.exe, stripped, each with <file>.debug beside it;
+#             nymres2208.dll (the words for the library's own codes); ICU's and Xerces' DLLs
 #   include/  nym/ (umbrella header nym/nym.h)
 #   lib/      libnym2208.dll.a; cmake/nym2208/: the CMake package (find_package(nym2208) gives
-#             nym2208::nym2208 and its runtime DLLs) and the mingw toolchain file
+#             nym2208::nym2208 and its runtime DLLs, and nym_add_message_dll) and the mingw
+#             toolchain file
 # The `package` target zips the same tree as nym2208-<version>-win64.zip.
 include(CMakePackageConfigHelpers)
 
@@ -45,6 +46,8 @@ nym_install_binary(nym2208 EXPORT nym2208Targets)
 if(TARGET nym)
   nym_install_binary(nym)
 endif()
+# The words for the library's own codes (resource-only: nothing to split).
+nym_install_binary(FILE $<TARGET_PROPERTY:nymres,NYM_MESSAGE_DLL_FILE>)
 install(DIRECTORY platform/nym/include/nym DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES ${NYM_RUNTIME_DLLS} DESTINATION ${CMAKE_INSTALL_BINDIR})
 
@@ -59,13 +62,16 @@ foreach(dll IN LISTS NYM_RUNTIME_DLLS)
     set(NYM_XERCES_DLL ${name})
   endif()
 endforeach()
+# nym2208.dll loads its message file by name, so no import names it: the package does.
+get_target_property(NYM_MESSAGE_DLL nymres NYM_MESSAGE_DLL_FILE)
+get_filename_component(NYM_MESSAGE_DLL "${NYM_MESSAGE_DLL}" NAME)
 
 install(EXPORT nym2208Targets NAMESPACE nym2208:: DESTINATION ${NYM_PACKAGE_DIR})
 configure_package_config_file(cmake/nym2208Config.cmake.in ${CMAKE_BINARY_DIR}/nym2208Config.cmake
   INSTALL_DESTINATION ${NYM_PACKAGE_DIR})
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/nym2208ConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/nym2208Config.cmake ${CMAKE_BINARY_DIR}/nym2208ConfigVersion.cmake
-  cmake/toolchain-mingw-w64.cmake
+  cmake/toolchain-mingw-w64.cmake cmake/NymMessageDll.cmake
   DESTINATION ${NYM_PACKAGE_DIR})
 
 # One archive, named from the project version (which the DLL's version resource shows too).

@@ -23,10 +23,10 @@ ctest --preset windows
 
 echo "== host build under ThreadSanitizer (threaded suites)"
 cmake --preset host-tsan >/dev/null
-cmake --build --preset host-tsan --target nym_thread_tests nym_buffer_tests
-ctest --preset host-tsan -R '^(thread|buffer)$'
+cmake --build --preset host-tsan --target nym_thread_tests nym_buffer_tests nym_sync_tests
+ctest --preset host-tsan -R '^(thread|buffer|sync)$'
 
 echo "== fuzz targets (clang, libFuzzer, ${NYM_FUZZ_SECONDS:-20} s each)"
 cmake --preset host-fuzz -DNYM_FUZZ_SECONDS="${NYM_FUZZ_SECONDS:-20}" >/dev/null
-cmake --build --preset host-fuzz --target nym_fuzz_utf nym_fuzz_quote nym_fuzz_tokeniser
+cmake --build --preset host-fuzz --target nym_fuzz_utf nym_fuzz_quote nym_fuzz_tokeniser nym_fuzz_path
 ctest --preset host-fuzz

@@ -1,14 +1,18 @@
 // The UTF-8 and UTF-16 conversions, and each vector kernel, against the plain walkers they
 // must equal, byte for byte, and the round trip that holds for well-formed text. The first
-// byte picks the direction.
+// byte picks the direction. The encoding detector gives one answer however a store hands the
+// bytes out.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "nym/encoding_detect.h"
+#include "nym/func_buffer.h"
 #include "nym/utf.h"
 #include "text/utf_walk.h"
+#include "../buffer/open_store.h"
 
 using namespace nym;
 
@@ -89,11 +93,23 @@ void utf16_side(const unsigned char* data, std::size_t size) {
   }
 }
 
+void detect_side(const unsigned char* data, std::size_t size, uint64 step) {
+  const Nym_encoding_guess whole = nym_detect_encoding(data, size);
+  check(whole.confidence <= 100 && whole.mark_size() <= size);
+  const std::string bytes(reinterpret_cast<const char*>(data), size);
+  const Nym_func_buffer buffer(new nym_test::Trickle_functor(bytes, step));
+  Nym_status status;
+  const Nym_encoding_guess stepped = nym_detect_encoding(&buffer, status);
+  check(status.is_clear() && stepped.encoding == whole.encoding && stepped.mark == whole.mark &&
+        stepped.ascii == whole.ascii && stepped.confidence == whole.confidence);
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
   if ((data[0] & 1) == 0) utf8_side(data + 1, size - 1);
   else utf16_side(data + 1, size - 1);
+  detect_side(data + 1, size - 1, data[0] % 8 + 1);
   return 0;
 }

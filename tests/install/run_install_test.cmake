@@ -1,8 +1,9 @@
 # Installs the build into a scratch prefix and makes the package archive; checks that shipped
 # binaries are stripped and their debug files still serve a debugger; then, for the installed
-# tree and for the unpacked archive alike, builds tests/install/consumer against it with
-# find_package(nym2208) and the package's own toolchain file, and runs its programs under Wine
-# with only the DLLs that $<TARGET_RUNTIME_DLLS> copied beside them.
+# tree and for the unpacked archive alike, builds tests/install/consumer and the guide's recipes
+# (examples/) against it with find_package(nym2208) and the package's own toolchain file, and
+# runs their programs under Wine with only the DLLs that $<TARGET_RUNTIME_DLLS> copied beside
+# them and their own message files.
 function(run_step)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE err)
   if(NOT result EQUAL 0)
@@ -28,7 +29,8 @@ if(NYM_DEBUG_INFO)
   set(debug_files bin/nym.exe.debug bin/nym2208.dll.debug)
 endif()
 foreach(expected include/nym/nym.h lib/libnym2208.dll.a bin/nym.exe ${debug_files}
-                 lib/cmake/nym2208/nym2208Config.cmake lib/cmake/nym2208/toolchain-mingw-w64.cmake)
+                 lib/cmake/nym2208/nym2208Config.cmake lib/cmake/nym2208/toolchain-mingw-w64.cmake
+                 lib/cmake/nym2208/NymMessageDll.cmake)
   if(NOT EXISTS ${prefix}/${expected})
     message(FATAL_ERROR "the installed package lacks ${expected}")
   endif()
@@ -46,15 +48,15 @@ if(NOT targets MATCHES "INTERFACE_COMPILE_FEATURES \"cxx_std_17\"")
 endif()
 
 # Stripped where installed, full in the build tree (in the configurations that have debug
-# information); a debugger finds the lines through the debug link.
-foreach(binary_and_function "nym2208.dll;nym::nym_normalize" "nym.exe;main")
-  list(GET binary_and_function 0 binary)
-  list(GET binary_and_function 1 function)
+# information); a debugger finds the lines through the debug link. The message file holds
+# resources only: no debug information, no link.
+foreach(binary_and_function "nym2208.dll;nym::nym_normalize" "nym.exe;main" "nymres2208.dll")
+  list(POP_FRONT binary_and_function binary function)
   run_step(${NYM_OBJDUMP} -h ${prefix}/bin/${binary})
   if(step_output MATCHES "\\.debug_")
     message(FATAL_ERROR "installed ${binary} is not stripped:\n${step_output}")
   endif()
-  if(NYM_DEBUG_INFO)
+  if(NYM_DEBUG_INFO AND function)
     if(NOT step_output MATCHES "\\.gnu_debuglink")
       message(FATAL_ERROR "installed ${binary} has no debug link:\n${step_output}")
     endif()
@@ -101,27 +103,58 @@ if(NOT result EQUAL 0)
   message(FATAL_ERROR "cannot unpack ${NYM_NORMALIZATION_TEST} (${result})")
 endif()
 
+# The programs' own message files: the consumer's, and each recipe's <family>.mc.
+set(consumer_dlls consumerres2208.dll)
+set(examples_dlls)
+file(GLOB families ${NYM_EXAMPLES_DIR}/*/*.mc)
+foreach(mc IN LISTS families)
+  get_filename_component(family ${mc} NAME_WE)
+  list(APPEND examples_dlls ${family}res2208.dll)
+endforeach()
+file(GLOB recipes RELATIVE ${NYM_EXAMPLES_DIR} ${NYM_EXAMPLES_DIR}/*/main.cpp)
+if(NOT recipes)
+  message(FATAL_ERROR "no recipes under ${NYM_EXAMPLES_DIR}")
+endif()
+
 foreach(root ${prefix} ${unpacked})
   get_filename_component(name ${root} NAME)
-  set(build ${NYM_WORK_DIR}/consumer-${name})
-  # Only the package's toolchain file: it points find_package at the package it came with.
-  run_step(${CMAKE_COMMAND} -S ${NYM_CONSUMER_DIR} -B ${build} -G Ninja -DCMAKE_BUILD_TYPE=Release
-    -DCMAKE_TOOLCHAIN_FILE=${root}/lib/cmake/nym2208/toolchain-mingw-w64.cmake)
-  run_step(${CMAKE_COMMAND} --build ${build})
-  file(GLOB copied RELATIVE ${build} ${build}/*.dll)
-  list(SORT copied)
-  set(expected ${runtime_dlls})
-  list(SORT expected)
-  if(NOT copied STREQUAL expected)
-    message(FATAL_ERROR "$<TARGET_RUNTIME_DLLS> copied ${copied}; the library needs ${expected}")
-  endif()
+  foreach(project consumer examples)
+    set(source ${NYM_CONSUMER_DIR})
+    if(project STREQUAL "examples")
+      set(source ${NYM_EXAMPLES_DIR})
+    endif()
+    set(build ${NYM_WORK_DIR}/${project}-${name})
+    set(${project}_build ${build})
+    # Only the package's toolchain file: it points find_package at the package it came with.
+    run_step(${CMAKE_COMMAND} -S ${source} -B ${build} -G Ninja -DCMAKE_BUILD_TYPE=Release
+      -DCMAKE_TOOLCHAIN_FILE=${root}/lib/cmake/nym2208/toolchain-mingw-w64.cmake)
+    run_step(${CMAKE_COMMAND} --build ${build} --parallel 2)
+    file(GLOB copied RELATIVE ${build} ${build}/*.dll)
+    list(SORT copied)
+    set(expected ${runtime_dlls} ${${project}_dlls})
+    list(SORT expected)
+    if(NOT copied STREQUAL expected)
+      message(FATAL_ERROR "${project}: beside the programs are ${copied}; expected ${expected}")
+    endif()
+  endforeach()
 
-  run_step(${NYM_WINE_RUN} ${build}/consumer.exe)
+  run_step(${NYM_WINE_RUN} ${consumer_build}/consumer.exe)
   if(NOT step_output MATCHES "consumer ok")
     message(FATAL_ERROR "consumer printed: ${step_output}")
   endif()
-  run_step(${NYM_WINE_RUN} ${build}/version_check.exe)
+  run_step(${NYM_WINE_RUN} ${consumer_build}/version_check.exe)
   message(STATUS "${name}: ${step_output}")
-  run_step(${NYM_WINE_RUN} ${build}/nfkc_conformance.exe Z:${NYM_WORK_DIR}/NormalizationTest.txt)
+  run_step(${NYM_WINE_RUN} ${consumer_build}/nfkc_conformance.exe Z:${NYM_WORK_DIR}/NormalizationTest.txt)
   message(STATUS "${name}: ${step_output}")
+
+  # Each recipe checks its own results and exits with 1 on a wrong one.
+  foreach(recipe IN LISTS recipes)
+    get_filename_component(recipe ${recipe} DIRECTORY)
+    run_step(${NYM_WINE_RUN} ${examples_build}/${recipe}.exe)
+    if(NOT step_output MATCHES "recipe ok")
+      message(FATAL_ERROR "recipe ${recipe} printed: ${step_output}")
+    endif()
+  endforeach()
+  list(LENGTH recipes count)
+  message(STATUS "${name}: ${count} recipes ok")
 endforeach()

@@ -20,14 +20,19 @@ std::string what_of(F&& f) {
   return "(nothing raised)";
 }
 
+// Wide text as UTF-8, so that failures print readably.
+inline std::string utf8(const nym::Wstring& wide) {
+  std::string narrow;
+  nym::nym_string_append(narrow, wide.c_str());
+  return narrow;
+}
+
 // value.to_string(format, out) as UTF-8, so that failures print readably.
 template <class T>
 std::string text(const T& value, const char16_t* format) {
   nym::Wstring out = u"junk";
   value.to_string(format, out);
-  std::string narrow;
-  nym::nym_string_append(narrow, out.c_str());
-  return narrow;
+  return utf8(out);
 }
 
 }  // namespace nym_test

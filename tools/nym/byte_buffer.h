@@ -1,5 +1,5 @@
 // Helpers of the text subcommands: a whole file read with C stdio, and a read-only Nym_buffer
-// over bytes held in memory, so that the library's detectors can judge them.
+// over bytes held in memory, so that the library's exact detectors can judge them.
 #ifndef NYM_TOOL_BYTE_BUFFER_H
 #define NYM_TOOL_BYTE_BUFFER_H
 
@@ -60,31 +60,6 @@ class Byte_buffer : public nym::Nym_buffer {
  private:
   const std::string& m_bytes;
 };
-
-// What the detectors make of some bytes.
-struct Text_encoding {
-  bool utf8 = false;
-  bool ascii = false;
-  bool utf16 = false;
-  bool little_endian = false;
-  bool mark = false;
-};
-
-inline Text_encoding detect_encoding(const std::string& bytes, unsigned short tolerance, nym::Nym_status& status) {
-  Text_encoding e;
-  Byte_buffer buffer(bytes);
-  unsigned char flags = 0;
-  e.utf8 = nym::nym_is_utf8(&buffer, flags, e.ascii, status);
-  if (e.utf8) {
-    e.mark = (flags & nym::NYM_UTF_MARK) != 0 && !bytes.empty();
-    return e;
-  }
-  status.clear();
-  e.utf16 = nym::nym_is_utf16(&buffer, tolerance, flags, status);
-  e.little_endian = (flags & nym::NYM_UTF_LITTLE_ENDIAN) != 0;
-  e.mark = (flags & nym::NYM_UTF_MARK) != 0;
-  return e;
-}
 
 }  // namespace nym_tool
 

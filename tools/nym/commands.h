@@ -10,6 +10,9 @@ namespace nym_tool {
 
 using Words = std::vector<std::string>;
 
+// UTF-16 text of the library as UTF-8 for the console.
+std::string utf8(const std::u16string& text);
+
 struct Command {
   const char* name;
   const char* usage;
@@ -17,9 +20,12 @@ struct Command {
   int (*run)(const Words& words);
 };
 
+int run_acl(const Words& words);
 int run_convert(const Words& words);
 int run_date(const Words& words);
 int run_detect(const Words& words);
+int run_sid(const Words& words);
+int run_path(const Words& words);
 int run_status(const Words& words);
 
 }  // namespace nym_tool

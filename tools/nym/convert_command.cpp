@@ -9,8 +9,8 @@
 
 #include "byte_buffer.h"
 #include "commands.h"
+#include "nym/encoding_detect.h"
 #include "nym/utf.h"
-#include "nym/utf_detect.h"
 
 #if defined(_WIN32)
 #include <fcntl.h>
@@ -81,10 +81,10 @@ int run_convert(const Words& words) {
   Source source = from == "utf8" ? Source::utf8 : from == "utf16le" ? Source::utf16le
                 : from == "utf16be" ? Source::utf16be : Source::unknown;
   if (source == Source::unknown) {
-    nym::Nym_status status;
-    const Text_encoding e = detect_encoding(bytes, 1, status);
-    if (e.utf8) source = Source::utf8;
-    else if (e.utf16) source = e.little_endian ? Source::utf16le : Source::utf16be;
+    const nym::Nym_encoding_guess g = nym::nym_detect_encoding(bytes.data(), bytes.size());
+    if (g.encoding == nym::NYM_ENCODING_UTF8) source = Source::utf8;
+    else if (g.encoding == nym::NYM_ENCODING_UTF16LE) source = Source::utf16le;
+    else if (g.encoding == nym::NYM_ENCODING_UTF16BE) source = Source::utf16be;
     else {
       std::fprintf(stderr, "nym convert: %s: neither UTF-8 nor UTF-16; name it with --from\n", path.c_str());
       return 1;

@@ -1,5 +1,6 @@
-// nym date [JDN | YYYY-MM-DD]: today, or a conversion between a Julian day and a calendar
-// date. Years before 1 are written with a minus sign and have no year 0: -0044-03-15.
+// nym date [JDN | YYYY-MM-DD | --zone NAME]: today, a conversion between a Julian day and a
+// calendar date, or the present moment in a zone of the library's table. Years before 1 are
+// written with a minus sign and have no year 0: -0044-03-15.
 #include <cerrno>
 #include <cstdio>
 #include <cstdint>
@@ -8,6 +9,7 @@
 
 #include "commands.h"
 #include "nym/date.h"
+#include "nym/date_and_time.h"
 #include "nym/string_basic.h"
 #include "nym/time_zone.h"
 
@@ -72,9 +74,32 @@ void print_zone(const nym::Nym_time_zone& zone) {
                                                               : "standard time");
 }
 
+// Now, moved into the zone: the locale's date and time, the zone's offset in hours as the
+// library writes it (positive west of Greenwich) and its name.
+void print_moment(const nym::Nym_time_zone& zone) {
+  nym::Nym_date_and_time now = nym::Nym_date_and_time::now();
+  now.zone(zone);
+  nym::Wstring wide;
+  now.to_string(u"%c %o %z", wide);
+  std::string text;
+  nym::nym_string_append(text, wide.c_str());
+  std::printf("moment:     %s\n", text.c_str());
+}
+
 }  // namespace
 
 int run_date(const Words& words) {
+  if (words.size() == 2 && words[0] == "--zone") {
+    const nym::Nym_time_zone zone = nym::Nym_time_zone::find(words[1].c_str());
+    if (zone.identifier() == nym::Nym_time_zone::NO_ZONE) {
+      std::fprintf(stderr, "nym date: no zone '%s' in the table (names such as GMT, EST, CET, NST)\n",
+                   words[1].c_str());
+      return 2;
+    }
+    print_moment(zone);
+    print_zone(zone);
+    return 0;
+  }
   if (words.empty()) {
     print_date(nym::Nym_date::today());
     print_zone(nym::Nym_time_zone::local(false));
@@ -93,7 +118,8 @@ int run_date(const Words& words) {
     }
   }
   std::fprintf(stderr,
-               "usage: nym date [JDN | YYYY-MM-DD]  (Julian day %d to %d; years %d to %d, no year 0, e.g. -0044-03-15)\n",
+               "usage: nym date [JDN | YYYY-MM-DD | --zone NAME]  (Julian day %d to %d; years %d to %d, no year 0, "
+               "e.g. -0044-03-15)\n",
                nym::Nym_date::MIN_JULIAN_DAY, nym::Nym_date::MAX_JULIAN_DAY, nym::Nym_date::MIN_YEAR,
                nym::Nym_date::MAX_YEAR);
   return 2;

@@ -1,16 +1,36 @@
-// nym detect [--tolerance PERCENT] FILE: is the file UTF-8, or UTF-16 in which byte order,
-// with or without a byte-order mark?
+// nym detect [--exact] [--tolerance PERCENT] FILE: the encoding of a text file as a person would
+// name it (UTF-8, UTF-16LE, UTF-16BE or neither), with its byte-order mark and a confidence.
+// --exact adds the answers of the two exact detectors, nym_is_utf8 and nym_is_utf16 (whose
+// tolerance --tolerance sets).
 #include <cstdio>
 #include <cstdlib>
 
 #include "byte_buffer.h"
 #include "commands.h"
-#include "nym/utf_detect.h"
+#include "nym/encoding_detect.h"
 
 namespace nym_tool {
 
+namespace {
+
+void print_exact(const std::string& bytes, unsigned short tolerance) {
+  Byte_buffer buffer(bytes);
+  nym::Nym_status status;
+  unsigned char flags = 0;
+  bool ascii = false;
+  const bool utf8 = nym::nym_is_utf8(&buffer, flags, ascii, status);
+  std::printf("  nym_is_utf8:  %s, ascii %s, flags 0x%02X\n", utf8 ? "true" : "false", ascii ? "true" : "false",
+              flags);
+  status.clear();
+  const bool utf16 = nym::nym_is_utf16(&buffer, tolerance, flags, status);
+  std::printf("  nym_is_utf16: %s, flags 0x%02X (tolerance %u%%)\n", utf16 ? "true" : "false", flags, tolerance);
+}
+
+}  // namespace
+
 int run_detect(const Words& words) {
   unsigned long tolerance = 1;
+  bool exact = false;
   std::string path;
   for (std::size_t i = 0; i < words.size(); ++i) {
     if (words[i] == "--tolerance" && i + 1 < words.size()) {
@@ -20,6 +40,8 @@ int run_detect(const Words& words) {
         std::fprintf(stderr, "nym detect: tolerance is a percentage, 0 to 100\n");
         return 2;
       }
+    } else if (words[i] == "--exact") {
+      exact = true;
     } else if (path.empty()) {
       path = words[i];
     } else {
@@ -28,7 +50,7 @@ int run_detect(const Words& words) {
     }
   }
   if (path.empty()) {
-    std::fprintf(stderr, "usage: nym detect [--tolerance PERCENT] FILE\n");
+    std::fprintf(stderr, "usage: nym detect [--exact] [--tolerance PERCENT] FILE\n");
     return 2;
   }
   std::string bytes;
@@ -37,16 +59,12 @@ int run_detect(const Words& words) {
     std::fprintf(stderr, "nym detect: %s: %s\n", path.c_str(), error.c_str());
     return 1;
   }
-  nym::Nym_status status;
-  const Text_encoding e = detect_encoding(bytes, static_cast<unsigned short>(tolerance), status);
-  const char* mark = e.mark ? "with byte-order mark" : "no byte-order mark";
-  if (e.utf8) {
-    std::printf("%s: UTF-8%s, %s\n", path.c_str(), e.ascii ? " (seven-bit ASCII only)" : "", mark);
-  } else if (e.utf16) {
-    std::printf("%s: UTF-16 %s, %s\n", path.c_str(), e.little_endian ? "little-endian" : "big-endian", mark);
-  } else {
-    std::printf("%s: neither UTF-8 nor UTF-16\n", path.c_str());
-  }
+  const nym::Nym_encoding_guess g = nym::nym_detect_encoding(bytes.data(), bytes.size());
+  std::printf("%s: %s%s%s, %s, confidence %u%%\n", path.c_str(), nym::nym_encoding_name(g.encoding),
+              g.ascii && !bytes.empty() ? " (seven-bit ASCII only)" : "",
+              g.encoding == nym::NYM_ENCODING_NEITHER ? " (an 8-bit code page such as Latin-1, or binary)" : "",
+              g.mark ? "with byte-order mark" : "no byte-order mark", g.confidence);
+  if (exact) print_exact(bytes, static_cast<unsigned short>(tolerance));
   return 0;
 }
 

@@ -8,15 +8,24 @@
 namespace {
 
 const nym_tool::Command COMMANDS[] = {
+    {"acl", "nym acl PATH|KEY",
+     "the access list of a file, directory or registry key (HKLM\\..., HKCU\\...), one entry a line",
+     nym_tool::run_acl},
     {"convert", "nym convert --to utf8|utf16 FILE [-o OUT]",
      "convert a text file to UTF-8 or UTF-16 (source detected, or --from utf8|utf16le|utf16be)",
      nym_tool::run_convert},
-    {"date", "nym date [JDN|YYYY-MM-DD]",
-     "today's Julian day, weekday and local zone, or convert a Julian day or a date", nym_tool::run_date},
+    {"date", "nym date [JDN|YYYY-MM-DD|--zone NAME]",
+     "today's Julian day, weekday and local zone, convert a Julian day or a date, or now in a zone",
+     nym_tool::run_date},
     {"detect", "nym detect [--tolerance N] FILE", "tell whether a file is UTF-8 or UTF-16, its byte order and mark",
      nym_tool::run_detect},
+    {"sid", "nym sid NAME|S-1-...", "a trustee's account name, SID string, binary SID and type", nym_tool::run_sid},
+    {"path", "nym path [--relative-to BASE] PATH...",
+     "the parts of each path (drive, UNC, directory, filename, base, extension, levels) and its simplified "
+     "form, or each path relative to BASE",
+     nym_tool::run_path},
     {"status", "nym status CODE [ARG...]",
-     "show a status code: normalised value, HRESULT, severity, facility and text", nym_tool::run_status},
+     "show a status code: normalised value, HRESULT, severity, facility and its words", nym_tool::run_status},
 };
 
 void print_help() {

@@ -1,9 +1,11 @@
-// nym status CODE [ARG...]: how the library reads a code.
+// nym status CODE [ARG...]: how the library reads a code, and its words with the arguments
+// inserted.
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
 #include "commands.h"
+#include "nym/messages.h"
 #include "nym/status.h"
 #include "nym/string_basic.h"
 
@@ -29,22 +31,6 @@ bool parse_code(const std::string& text, unsigned int& code) {
   return true;
 }
 
-// Until message texts exist: the code and its arguments as they are.
-std::string plain_text(const nym::Nym_status& s) {
-  char head[16];
-  std::snprintf(head, sizeof head, "0x%08X", s.value());
-  std::string text = head;
-  const char* separator = ": ";
-  for (const nym::Nym_status_arg* arg : s) {
-    nym::Wstring wide;
-    arg->to_string(wide);
-    text += separator;
-    nym::nym_string_append(text, wide.c_str());
-    separator = ", ";
-  }
-  return text;
-}
-
 }  // namespace
 
 int run_status(const Words& words) {
@@ -64,7 +50,13 @@ int run_status(const Words& words) {
   std::printf("hresult:   0x%08X\n", status.hresult());
   std::printf("severity:  %s\n", severity_name(status));
   std::printf("facility:  0x%03X\n", status.facility() >> 16);
-  std::printf("text:      %s\n", plain_text(status).c_str());
+  // The library's own words (nymres2208.dll beside the tool), then the system's.
+  nym::Nym_status_lookup::initialise_message_list({"nym"});
+  nym::Wstring text;
+  nym::Nym_status_lookup::to_string(status, text);
+  std::string narrow;
+  nym::nym_string_append(narrow, text.c_str());
+  std::printf("text:      %s\n", narrow.c_str());
   return 0;
 }
 

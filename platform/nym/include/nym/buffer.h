@@ -42,8 +42,8 @@ constexpr unsigned int NYM_S_WRITE_FAILED = 0xC200001Au;         // stands above
 constexpr unsigned int NYM_S_READ_FAILED = 0xC200001Bu;
 constexpr unsigned int NYM_S_SIZE_UNKNOWN = 0xC2000027u;         // size() could not find the length
 constexpr unsigned int NYM_S_NO_WRITER_TAKEN = 0xC2000033u;      // the store has a writer, or takes none
-// Causes a store puts under NYM_S_WRITE_FAILED (or NYM_S_READ_FAILED) when its own storage raised.
-constexpr unsigned int NYM_S_NO_MEMORY = 0xC2000001u;            // an allocation failed
+// Causes a store puts under NYM_S_WRITE_FAILED (or NYM_S_READ_FAILED) when its own storage raised,
+// beside NYM_S_NO_MEMORY (status.h).
 constexpr unsigned int NYM_S_UNKNOWN_EXCEPTION = 0xC200006Au;    // something other than a std::exception
 constexpr unsigned int NYM_S_STD_EXCEPTION = 0xC200006Bu;        // a std::exception; its text is the argument
 

@@ -16,8 +16,9 @@ enum Nym_type {
   NYM_TYPE_PIPE = 4
 };
 
-// Whether the path exists and may be opened for `access`: read, write, or both for
-// NYM_ACCESS_READ_WRITE and NYM_ACCESS_ALL; any other value asks only whether it exists.
+// The C run-time's _waccess: whether the path exists and, for write access, isn't marked
+// read-only. No ACL is consulted, so true doesn't promise that an open succeeds. Read, write,
+// both for NYM_ACCESS_READ_WRITE and NYM_ACCESS_ALL; any other value asks only for existence.
 NYM_API bool nym_access(const Wstring& path, Nym_file_access access);
 // What lies at the path; an empty path is NYM_TYPE_NONE. A directory is found with or
 // without a trailing separator.

@@ -1,5 +1,6 @@
 // Two small text codecs: C-style quoting with backslash escapes, and the library's escape form
-// that makes text safe as an XML attribute value.
+// that takes control characters (which XML can't hold) out of text before an XML writer
+// escapes it; it doesn't escape & < > or quotes itself.
 //
 // Quoting wraps a string in double quotes and escapes the double quote, the backslash and
 // \r \n \t \v \b \f \a; nothing else (NUL and other controls pass as they are). The XML form is

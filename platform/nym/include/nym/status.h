@@ -16,8 +16,12 @@
 
 namespace nym {
 
-// The library's facility field; its codes run 0xC2000001 upward.
+// The library's facility, 0x200, in its place in a code (as facility() answers); its codes run
+// 0xC2000001 upward.
 constexpr unsigned int NYM_FACILITY = 0x02000000u;
+
+// An allocation failed; reported by every layer, so named here at the bottom.
+constexpr unsigned int NYM_S_NO_MEMORY = 0xC2000001u;
 
 class NYM_API Nym_status {
  public:
@@ -58,7 +62,8 @@ class NYM_API Nym_status {
     if (m_child || m_args) release_all();
   }
 
-  // Drops arguments and chain and sets the code: `status = GetLastError()`.
+  // Drops arguments and chain and sets the code: `status = GetLastError()`, which keeps the
+  // system's number n as the error 0xC0000000 | n.
   Nym_status& operator=(unsigned int code) noexcept;
 
   // Sets the code and arguments, dropping the chain. A list shared with a copy is replaced,
@@ -100,10 +105,12 @@ class NYM_API Nym_status {
   // Whether this status or any below it has the (normalised) code.
   bool contains_value(unsigned int code) const noexcept;
 
+  // The normalised code (convert_value); every test reads it.
   unsigned int value() const noexcept { return m_value; }
   // The code exactly as given (message lookup and XML use it).
   unsigned int orig_value() const noexcept { return m_orig_value; }
-  // value AND 0x0FFF0000, not shifted.
+  // The 12-bit facility field in place: value AND 0x0FFF0000, not shifted as HRESULT_FACILITY
+  // shifts it.
   unsigned int facility() const noexcept { return m_value & 0x0FFF0000u; }
   bool is_success() const noexcept { return m_value < 0x40000000u; }
   bool is_information() const noexcept { return (m_value >> 30) == 1; }
@@ -113,7 +120,8 @@ class NYM_API Nym_status {
   bool ok() const noexcept { return (m_value >> 30) != 3; }
   // Value 0, no arguments and no child.
   bool is_clear() const noexcept { return m_value == 0 && num_args() == 0 && !m_child; }
-  // The code as a Windows HRESULT.
+  // Not HRESULT_FROM_WIN32: the value's low 16 bits and facility bits 26-16 (facility 0xC00
+  // becomes 0x7FF), with bit 31 for an error. A system number 5 gives 0x80000005, not 0x80070005.
   unsigned int hresult() const noexcept;
 
   unsigned int num_args() const noexcept { return m_args ? m_args->count : 0; }
@@ -121,7 +129,8 @@ class NYM_API Nym_status {
   Nym_status_arg* const* begin() const noexcept { return m_args ? m_args->args : m_static_args.args; }
   Nym_status_arg* const* end() const noexcept { return begin() + num_args(); }
 
-  // The argument is normalised first; only the top value takes part.
+  // The argument is normalised first; only the top value takes part. So `status == 5` holds
+  // for ERROR_ACCESS_DENIED, and not for E_ACCESSDENIED (0x80070005), which keeps its facility.
   bool operator==(unsigned int code) const noexcept { return m_value == convert_value(code); }
   bool operator!=(unsigned int code) const noexcept { return !(*this == code); }
   // Value against value: arguments and chain take no part (see compare).
@@ -130,7 +139,10 @@ class NYM_API Nym_status {
   // Deep comparison: values, optionally the arguments pairwise and the chains.
   bool compare(const Nym_status& other, bool compare_args, bool compare_children) const;
 
-  // The normalised form of a code (see the class comment and docs/CONVENTIONS.md).
+  // The normalised form of a code. Facility 0x100 and up: the code as given. No facility: a
+  // system number n becomes 0xC0000000 | n, whatever its top bits (0 stays 0). A facility below
+  // 0x100 (an HRESULT's): 0xC0000000 | the low 28 bits for an error, else the low 28 bits
+  // alone, so an HRESULT's warning or information becomes a success.
   static constexpr unsigned int convert_value(unsigned int code) noexcept {
     const unsigned int facility = code & 0x0FFF0000u;
     const unsigned int low = code & 0x0FFFFFFFu;

@@ -50,7 +50,8 @@ class NYM_API Nym_null_status_arg : public Nym_status_arg {
   static const Nym_null_status_arg NULL_ARGUMENT;
 };
 
-// A signed 64-bit number; `format` asks that its decimal text be grouped by the locale.
+// A signed 64-bit number; `format` asks that its decimal text be grouped as nym_itow groups it
+// (by the C run-time's locale, so not at all under the default "C" locale).
 // Equality compares the number only.
 class NYM_API Nym_int_status_arg : public Nym_status_arg {
  public:

@@ -14,7 +14,8 @@
 namespace nym {
 
 // Numbers to text in `base` (2 to 16, lower-case digits). With `format` and base 10 the digits
-// are grouped by the C locale's thousands separator. Signed negatives carry a leading "-".
+// are grouped by the thousands separator of the C run-time's locale (setlocale's, not the
+// user's regional settings): none under the default "C" locale. Negatives carry a leading "-".
 NYM_API void nym_itos(int64 value, Nstring& out, unsigned short base, bool format);
 NYM_API void nym_itos(uint64 value, Nstring& out, unsigned short base, bool format);
 NYM_API void nym_itow(int64 value, Wstring& out, unsigned short base, bool format);

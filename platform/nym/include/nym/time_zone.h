@@ -64,7 +64,9 @@ class NYM_API Nym_time_zone {
   static Nym_time_zone find(const char* name) noexcept;
   // By identifier; an illegal one raises.
   static Nym_time_zone find(Identifiers identifier);
-  // The system's current zone mapped onto a row (the terminator when no row fits). With
+  // The system's current zone mapped onto a row: the first row of the offset and kind that
+  // GetTimeZoneInformation gives now (its Bias plus the standard or daylight bias), the
+  // terminator when no row fits. With
   // use_cache the answer may be up to 59 seconds old, so that frequent callers cost one
   // system query a minute; without, the system is asked every time and the cache is left
   // alone.

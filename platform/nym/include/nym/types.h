@@ -2,7 +2,8 @@
 // NYM_NPOS.
 //
 // Wchar is char16_t on every build: the unit of ICU's UChar and Xerces' XMLCh. Win32 calls
-// take wchar_t*; the only conversion is nym::win32_wide() in the platform files.
+// take wchar_t*; inside the library the only conversion is nym::impl::win32_wide() in the
+// platform files (callers cast at their own Win32 calls: the layouts are the same).
 #ifndef NYM_TYPES_H
 #define NYM_TYPES_H
 

@@ -82,7 +82,8 @@ NYM_API bool nym_is_number(const Wstring& text, unsigned short base);
 // upper (lower) case is left alone whatever ICU says; ASCII never reaches ICU.
 NYM_API unsigned int nym_lower(unsigned int code_point);
 NYM_API unsigned int nym_upper(unsigned int code_point);
-// Byte by byte with tolower / toupper.
+// Byte by byte with the C run-time's tolower / toupper: ASCII only under the default "C"
+// locale, and never UTF-8 aware. Use the wide forms for text.
 NYM_API void nym_lower(Nstring& text);
 NYM_API void nym_upper(Nstring& text);
 NYM_API void nym_lower(const Nstring& in, Nstring& out);

@@ -1,6 +1,11 @@
 // Judging the encoding of a buffer of unknown text: is it UTF-8, is it UTF-16 and in which
 // byte order, and is there a byte-order mark to believe.
 //
+// These two keep fixed algorithms whose answers are narrower than the questions sound:
+// nym_is_utf8 says yes to UTF-16 of ASCII text (a NUL is valid UTF-8), and nym_is_utf16 with a
+// tolerance of a few percent takes Latin-1 prose for UTF-16. For the encoding a person would
+// name, use nym_detect_encoding (encoding_detect.h).
+//
 // Unlike the conversions, the detectors are strict: every decoded value must be an assigned
 // code point (Unicode 7 data below U+30000, ICU above). They read the buffer through their own
 // Nym_unbuffered_istream in fixed blocks and stop as soon as the answer is certain. A status
@@ -31,8 +36,9 @@ NYM_API bool nym_is_utf8(const Nym_buffer* buffer, unsigned char& flags, bool& a
 // Whether the buffer is UTF-16, which byte order, and whether its mark stands. Values that
 // aren't valid are counted in both byte orders; the text fails when both counts exceed
 // `tolerance` percent of its units. Text of seven-bit units only, odd-sized buffers (flags
-// NYM_UTF_LITTLE_ENDIAN) and text that looks like UTF-8 answer false. When the buffer's size
-// can't be found the answer is true with flags 0x03. Reads blocks of 16,384 bytes.
+// NYM_UTF_LITTLE_ENDIAN) and data that begin with the bytes BB EF, any byte, BF (not the UTF-8
+// mark EF BB BF) answer false. When the buffer's size can't be found the answer is true with
+// flags 0x03. Reads blocks of 16,384 bytes.
 NYM_API bool nym_is_utf16(const Nym_buffer* buffer, unsigned short tolerance, unsigned char& flags,
                           Nym_status& status);
 

@@ -1,0 +1,139 @@
+// nym_test_helper: the tests' child process, one subcommand per job:
+//   nym_test_helper <subcommand> <arguments...>
+// The exit code is the answer: 0 done as asked, 2 a wrong call, and each subcommand's own codes
+// for what went wrong. Tests start it with nym_test::run_helper, which waits with a bound.
+//
+// To add a subcommand: write `int name(const Args& args)` below with its exit codes in its
+// comment, and add a row to COMMANDS (name, number of arguments, usage). Bound every wait, so
+// that a test that gave up leaves no helper behind; take kernel objects of the test as
+// inherited handles in decimal (nym_test::Inherited_handle on the test's side, handle_argument
+// here).
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#if defined(_WIN32)
+#include <windows.h>
+
+#include "nym/mutex.h"
+#include "nym/utf.h"
+#endif
+#include "nym/read_write_semaphore.h"
+
+namespace {
+
+using Args = std::vector<std::string>;
+using std::chrono::milliseconds;
+
+// A whole decimal number, or false.
+bool number_argument(const std::string& text, unsigned long long& value) {
+  if (text.empty() || text.size() > 19 || text.find_first_not_of("0123456789") != std::string::npos) return false;
+  value = std::strtoull(text.c_str(), nullptr, 10);
+  return true;
+}
+
+// A count that threads raise and another awaits with a bound.
+class Count {
+ public:
+  void raise() {
+    std::lock_guard<std::mutex> hold(m_mutex);
+    ++m_count;
+    m_raised.notify_all();
+  }
+  bool wait_for(int count, milliseconds limit) {
+    std::unique_lock<std::mutex> hold(m_mutex);
+    return m_raised.wait_for(hold, limit, [&] { return m_count >= count; });
+  }
+
+ private:
+  std::mutex m_mutex;
+  std::condition_variable m_raised;
+  int m_count = 0;
+};
+
+// rw-upgrade-deadlock <ms>: two threads holding a read lock both call write_lock and must stay
+// blocked for <ms>, while this thread may still read and may not write. Exit codes: 1 an upgrade
+// got through; 3 the readers did not get going within 10 s; 4 this thread was let write, or not
+// let read. The blocked threads end with the process.
+int rw_upgrade_deadlock(const Args& args) {
+  unsigned long long ms = 0;
+  if (!number_argument(args[0], ms)) return 2;
+  auto* rw = new nym::Nym_read_write_semaphore;  // never destroyed: blocked threads use it
+  auto* reading = new Count;
+  auto* through = new Count;
+  for (int i = 0; i < 2; ++i) {
+    std::thread([=] {
+      rw->read_lock();
+      reading->raise();
+      reading->wait_for(3, std::chrono::seconds(10));
+      rw->write_lock();
+      through->raise();
+    }).detach();
+  }
+  if (!reading->wait_for(2, std::chrono::seconds(10))) return 3;
+  reading->raise();
+  if (!rw->try_read_lock()) return 4;
+  rw->read_unlock();
+  if (rw->try_write_lock()) return 4;
+  return through->wait_for(1, milliseconds(ms)) ? 1 : 0;
+}
+
+#if defined(_WIN32)
+HANDLE handle_argument(const std::string& text) {
+  unsigned long long value = 0;
+  return number_argument(text, value) ? reinterpret_cast<HANDLE>(static_cast<uintptr_t>(value)) : nullptr;
+}
+
+// mutex-handoff <name> <ready> <release>: the mutex of that name must be held (by the test);
+// signals the event <ready>, takes the mutex, signals <ready> again and lets go once <release>
+// is signalled. Exit codes: 10 the mutex was free; 11 it did not come within 20 s; 12 <release>
+// did not come within 20 s; 13 an event handle was refused.
+int mutex_handoff(const Args& args) {
+  const HANDLE ready = handle_argument(args[1]), release = handle_argument(args[2]);
+  if (ready == nullptr || release == nullptr) return 2;
+  nym::Wstring name;
+  nym::nym_utf8_to_utf16(args[0].c_str(), name);
+  nym::Nym_mutex mutex(name, false, nullptr);
+  if (mutex.try_lock(0)) return 10;
+  if (!SetEvent(ready)) return 13;
+  if (!mutex.try_lock(20000)) return 11;
+  if (!SetEvent(ready)) return 13;
+  const DWORD released = WaitForSingleObject(release, 20000);
+  mutex.unlock();
+  return released == WAIT_OBJECT_0 ? 0 : released == WAIT_TIMEOUT ? 12 : 13;
+}
+#endif
+
+struct Command {
+  const char* name;
+  size_t arguments;
+  int (*run)(const Args&);
+  const char* usage;
+};
+
+const Command COMMANDS[] = {
+    {"rw-upgrade-deadlock", 1, rw_upgrade_deadlock, "rw-upgrade-deadlock <ms>"},
+#if defined(_WIN32)
+    {"mutex-handoff", 3, mutex_handoff, "mutex-handoff <name> <ready-handle> <release-handle>"},
+#endif
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  for (const Command& command : COMMANDS) {
+    if (argc != static_cast<int>(command.arguments) + 2 || std::strcmp(argv[1], command.name) != 0) continue;
+    const int code = command.run(Args(argv + 2, argv + argc));
+    std::fflush(nullptr);
+    std::_Exit(code);  // threads a subcommand left blocked end here, without destructors
+  }
+  std::fprintf(stderr, "usage: nym_test_helper <subcommand> <arguments...>\n");
+  for (const Command& command : COMMANDS) std::fprintf(stderr, "  %s\n", command.usage);
+  return 2;
+}
