@@ -26,6 +26,7 @@
 #include "nym/ostream.h"
 #include "nym/path.h"
 #include "nym/path_query.h"
+#include "nym/pipe.h"
 #include "nym/quote.h"
 #include "nym/raw_memory_buffer.h"
 #include "nym/read_write_semaphore.h"
@@ -37,6 +38,7 @@
 #include "nym/string_buffer.h"
 #include "nym/sub_buffer.h"
 #include "nym/test_clock.h"
+#include "nym/thread.h"
 #include "nym/time.h"
 #include "nym/time_period.h"
 #include "nym/time_zone.h"
@@ -51,6 +53,7 @@
 #include "nym/acl.h"
 #include "nym/message_queue.h"
 #include "nym/mutex.h"
+#include "nym/process.h"
 #include "nym/security.h"
 #include "nym/security_id.h"
 #endif
