@@ -38,28 +38,33 @@ bool append_quoted(std::wstring& line, const std::string& arg) {
   return true;
 }
 
-std::wstring helper_path() {
-  std::wstring path(32768, L'\0');
-  const DWORD n = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-  path.resize(n < path.size() ? n : 0);
-  path.resize(path.find_last_of(L"\\/") + 1);  // npos + 1 == 0: no folder
-  return path + L"nym_test_helper.exe";
+HANDLE inheritable(void* handle) {
+  HANDLE duplicate = nullptr;
+  DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &duplicate, 0, TRUE, DUPLICATE_SAME_ACCESS);
+  return duplicate;
 }
 
-}  // namespace
-
-int run_helper(const std::vector<std::string>& args, std::chrono::milliseconds limit) {
-  const std::wstring path = helper_path();
+int run(const std::vector<std::string>& args, std::chrono::milliseconds limit, void* std_in, void* std_out) {
+  const std::wstring path = helper_program();
   std::wstring line = L"nym_test_helper";
   for (const std::string& arg : args) {
     if (!append_quoted(line, arg)) return HELPER_NOT_STARTED;
   }
   STARTUPINFOW startup = {};
   startup.cb = sizeof startup;
-  PROCESS_INFORMATION process = {};
-  if (!CreateProcessW(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
-    return HELPER_NOT_STARTED;
+  if (std_in != nullptr || std_out != nullptr) {
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = inheritable(std_in != nullptr ? std_in : GetStdHandle(STD_INPUT_HANDLE));
+    startup.hStdOutput = inheritable(std_out != nullptr ? std_out : GetStdHandle(STD_OUTPUT_HANDLE));
+    startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
   }
+  PROCESS_INFORMATION process = {};
+  const BOOL created =
+      CreateProcessW(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+  // The helper has its copies now; ours would keep its input from ever ending.
+  if (startup.hStdInput != nullptr) CloseHandle(startup.hStdInput);
+  if (startup.hStdOutput != nullptr) CloseHandle(startup.hStdOutput);
+  if (!created) return HELPER_NOT_STARTED;
   CloseHandle(process.hThread);
   int code = HELPER_TIMED_OUT;
   DWORD exit_code = 0;
@@ -72,6 +77,25 @@ int run_helper(const std::vector<std::string>& args, std::chrono::milliseconds l
   }
   CloseHandle(process.hProcess);
   return code;
+}
+
+}  // namespace
+
+std::wstring helper_program() {
+  std::wstring path(32768, L'\0');
+  const DWORD n = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+  path.resize(n < path.size() ? n : 0);
+  path.resize(path.find_last_of(L"\\/") + 1);  // npos + 1 == 0: no folder
+  return path + L"nym_test_helper.exe";
+}
+
+int run_helper(const std::vector<std::string>& args, std::chrono::milliseconds limit) {
+  return run(args, limit, nullptr, nullptr);
+}
+
+int run_helper_with_streams(const std::vector<std::string>& args, std::chrono::milliseconds limit, void* std_in,
+                            void* std_out) {
+  return run(args, limit, std_in, std_out);
 }
 
 Inherited_handle::Inherited_handle(void* handle) {
@@ -99,17 +123,21 @@ std::string helper_path() {
   return path + "nym_test_helper";
 }
 
-}  // namespace
-
 // A reaper thread waits for the child, so that the test can wait for the reaper with a bound.
-int run_helper(const std::vector<std::string>& args, std::chrono::milliseconds limit) {
+int run(const std::vector<std::string>& args, std::chrono::milliseconds limit, int std_in, int std_out) {
   std::string path = helper_path();
   std::vector<std::string> owned(args);
   std::vector<char*> argv{path.data()};
   for (std::string& arg : owned) argv.push_back(arg.data());
   argv.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  if (std_in > 0) posix_spawn_file_actions_adddup2(&actions, std_in, 0);
+  if (std_out > 0) posix_spawn_file_actions_adddup2(&actions, std_out, 1);
   pid_t pid = 0;
-  if (posix_spawn(&pid, path.c_str(), nullptr, nullptr, argv.data(), environ) != 0) return HELPER_NOT_STARTED;
+  const int spawned = posix_spawn(&pid, path.c_str(), &actions, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (spawned != 0) return HELPER_NOT_STARTED;
   std::mutex mutex;
   std::condition_variable ended;
   int status = -1;
@@ -128,6 +156,16 @@ int run_helper(const std::vector<std::string>& args, std::chrono::milliseconds l
   reaper.join();
   if (!in_time) return HELPER_TIMED_OUT;
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+}  // namespace
+
+int run_helper(const std::vector<std::string>& args, std::chrono::milliseconds limit) { return run(args, limit, 0, 0); }
+
+int run_helper_with_streams(const std::vector<std::string>& args, std::chrono::milliseconds limit, void* std_in,
+                            void* std_out) {
+  return run(args, limit, static_cast<int>(reinterpret_cast<intptr_t>(std_in)),
+             static_cast<int>(reinterpret_cast<intptr_t>(std_out)));
 }
 
 #endif
