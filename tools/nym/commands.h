@@ -26,6 +26,7 @@ int run_date(const Words& words);
 int run_detect(const Words& words);
 int run_sid(const Words& words);
 int run_path(const Words& words);
+int run_run(const Words& words);
 int run_status(const Words& words);
 
 }  // namespace nym_tool

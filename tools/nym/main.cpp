@@ -24,6 +24,9 @@ const nym_tool::Command COMMANDS[] = {
      "the parts of each path (drive, UNC, directory, filename, base, extension, levels) and its simplified "
      "form, or each path relative to BASE",
      nym_tool::run_path},
+    {"run", "nym run [--timeout MS] PROGRAM [ARG...]",
+     "start a program, wait for it (at most MS milliseconds, then end it) and tell its exit code and run time",
+     nym_tool::run_run},
     {"status", "nym status CODE [ARG...]",
      "show a status code: normalised value, HRESULT, severity, facility and its words", nym_tool::run_status},
 };
