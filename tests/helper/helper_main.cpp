@@ -23,10 +23,6 @@
 
 #include "nym/mutex.h"
 #include "nym/utf.h"
-#else
-#include <unistd.h>
-
-#include <cerrno>
 #endif
 #include "nym/read_write_semaphore.h"
 
@@ -104,32 +100,20 @@ int exit_with(const Args& args) {
   return negative ? static_cast<int>(-static_cast<long long>(value)) : static_cast<int>(static_cast<unsigned int>(value));
 }
 
+#if defined(_WIN32)
 // echo: copies its standard input to its standard output, byte for byte, until the input ends.
 // Exit code 1: the output failed.
 int echo(const Args&) {
   char block[4096];
-  for (;;) {
-#if defined(_WIN32)
-    DWORD n = 0, written = 0;
-    if (!ReadFile(GetStdHandle(STD_INPUT_HANDLE), block, sizeof block, &n, nullptr) || n == 0) return 0;
+  DWORD n = 0, written = 0;
+  while (ReadFile(GetStdHandle(STD_INPUT_HANDLE), block, sizeof block, &n, nullptr) && n != 0) {
     for (DWORD done = 0; done < n; done += written) {
       if (!WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), block + done, n - done, &written, nullptr)) return 1;
     }
-#else
-    const ssize_t n = read(0, block, sizeof block);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return 0;
-    for (ssize_t done = 0; done < n;) {
-      const ssize_t w = write(1, block + done, static_cast<size_t>(n - done));
-      if (w < 0 && errno == EINTR) continue;
-      if (w <= 0) return 1;
-      done += w;
-    }
-#endif
   }
+  return 0;
 }
 
-#if defined(_WIN32)
 // pipe-write <name> <text>: opens \\.\pipe\<name> for writing (waiting up to 20 s for the
 // server to make it or to free an instance), writes <text> and closes. Exit codes: 10 the pipe
 // did not open within 20 s; 11 the write failed.
@@ -192,8 +176,8 @@ const Command COMMANDS[] = {
     {"rw-upgrade-deadlock", 1, rw_upgrade_deadlock, "rw-upgrade-deadlock <ms>"},
     {"sleep", 1, sleep_for, "sleep <ms>"},
     {"exit", 1, exit_with, "exit <code>"},
-    {"echo", 0, echo, "echo"},
 #if defined(_WIN32)
+    {"echo", 0, echo, "echo"},
     {"pipe-write", 2, pipe_write, "pipe-write <name> <text>"},
     {"mutex-handoff", 3, mutex_handoff, "mutex-handoff <name> <ready-handle> <release-handle>"},
 #endif

@@ -44,7 +44,22 @@ HANDLE inheritable(void* handle) {
   return duplicate;
 }
 
-int run(const std::vector<std::string>& args, std::chrono::milliseconds limit, void* std_in, void* std_out) {
+}  // namespace
+
+std::wstring helper_program() {
+  std::wstring path(32768, L'\0');
+  const DWORD n = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+  path.resize(n < path.size() ? n : 0);
+  path.resize(path.find_last_of(L"\\/") + 1);  // npos + 1 == 0: no folder
+  return path + L"nym_test_helper.exe";
+}
+
+int run_helper(const std::vector<std::string>& args, std::chrono::milliseconds limit) {
+  return run_helper_with_streams(args, limit, nullptr, nullptr);
+}
+
+int run_helper_with_streams(const std::vector<std::string>& args, std::chrono::milliseconds limit, void* std_in,
+                            void* std_out) {
   const std::wstring path = helper_program();
   std::wstring line = L"nym_test_helper";
   for (const std::string& arg : args) {
@@ -79,25 +94,6 @@ int run(const std::vector<std::string>& args, std::chrono::milliseconds limit, v
   return code;
 }
 
-}  // namespace
-
-std::wstring helper_program() {
-  std::wstring path(32768, L'\0');
-  const DWORD n = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-  path.resize(n < path.size() ? n : 0);
-  path.resize(path.find_last_of(L"\\/") + 1);  // npos + 1 == 0: no folder
-  return path + L"nym_test_helper.exe";
-}
-
-int run_helper(const std::vector<std::string>& args, std::chrono::milliseconds limit) {
-  return run(args, limit, nullptr, nullptr);
-}
-
-int run_helper_with_streams(const std::vector<std::string>& args, std::chrono::milliseconds limit, void* std_in,
-                            void* std_out) {
-  return run(args, limit, std_in, std_out);
-}
-
 Inherited_handle::Inherited_handle(void* handle) {
   HANDLE duplicate = nullptr;
   if (DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &duplicate, 0, TRUE, DUPLICATE_SAME_ACCESS)) {
@@ -123,21 +119,17 @@ std::string helper_path() {
   return path + "nym_test_helper";
 }
 
+}  // namespace
+
 // A reaper thread waits for the child, so that the test can wait for the reaper with a bound.
-int run(const std::vector<std::string>& args, std::chrono::milliseconds limit, int std_in, int std_out) {
+int run_helper(const std::vector<std::string>& args, std::chrono::milliseconds limit) {
   std::string path = helper_path();
   std::vector<std::string> owned(args);
   std::vector<char*> argv{path.data()};
   for (std::string& arg : owned) argv.push_back(arg.data());
   argv.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  if (std_in > 0) posix_spawn_file_actions_adddup2(&actions, std_in, 0);
-  if (std_out > 0) posix_spawn_file_actions_adddup2(&actions, std_out, 1);
   pid_t pid = 0;
-  const int spawned = posix_spawn(&pid, path.c_str(), &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
-  if (spawned != 0) return HELPER_NOT_STARTED;
+  if (posix_spawn(&pid, path.c_str(), nullptr, nullptr, argv.data(), environ) != 0) return HELPER_NOT_STARTED;
   std::mutex mutex;
   std::condition_variable ended;
   int status = -1;
@@ -156,16 +148,6 @@ int run(const std::vector<std::string>& args, std::chrono::milliseconds limit, i
   reaper.join();
   if (!in_time) return HELPER_TIMED_OUT;
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
-}  // namespace
-
-int run_helper(const std::vector<std::string>& args, std::chrono::milliseconds limit) { return run(args, limit, 0, 0); }
-
-int run_helper_with_streams(const std::vector<std::string>& args, std::chrono::milliseconds limit, void* std_in,
-                            void* std_out) {
-  return run(args, limit, static_cast<int>(reinterpret_cast<intptr_t>(std_in)),
-             static_cast<int>(reinterpret_cast<intptr_t>(std_out)));
 }
 
 #endif

@@ -19,13 +19,12 @@ constexpr int HELPER_NOT_STARTED = -2;  // the helper could not be started
 // while it runs calls this on a thread of its own.
 int run_helper(const std::vector<std::string>& args, std::chrono::milliseconds limit);
 
-// As run_helper, with the helper's standard input and output on the given ends (a handle on
-// Windows, a file descriptor on the host): the helper gets copies of its own, so the test may
-// close its ends whenever it likes.
+#if defined(_WIN32)
+// As run_helper, with the helper's standard input and output on the given handles: the helper
+// gets copies of its own, so the test may close its ends whenever it likes.
 int run_helper_with_streams(const std::vector<std::string>& args, std::chrono::milliseconds limit, void* std_in,
                             void* std_out);
 
-#if defined(_WIN32)
 // The full path of nym_test_helper.exe, beside the test executable.
 std::wstring helper_program();
 #endif

@@ -1,5 +1,5 @@
-// What a process holds, counted before and after a test so that leaks show: its threads and
-// its handles (Windows) or open file descriptors (the host).
+// What a process holds, counted before and after a test so that leaks show: its threads, and its
+// handles (Windows) or open file descriptors (the host); -1 where unknown.
 #ifndef NYM_TEST_RESOURCE_COUNT_H
 #define NYM_TEST_RESOURCE_COUNT_H
 
@@ -14,23 +14,20 @@ namespace nym_test {
 
 struct Resource_count {
   long threads = -1;
-  long handles = -1;  // -1: not known
-  bool operator==(const Resource_count& other) const { return threads == other.threads && handles == other.handles; }
+  long handles = -1;
 };
 
 #if defined(_WIN32)
 inline Resource_count count_resources() {
   Resource_count count;
   const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-  if (snapshot != INVALID_HANDLE_VALUE) {
-    THREADENTRY32 entry = {};
-    entry.dwSize = sizeof entry;
-    count.threads = 0;
-    for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry)) {
-      if (entry.th32OwnerProcessID == GetCurrentProcessId()) ++count.threads;
-    }
-    CloseHandle(snapshot);
+  THREADENTRY32 entry = {};
+  entry.dwSize = sizeof entry;
+  count.threads = snapshot == INVALID_HANDLE_VALUE ? -1 : 0;
+  for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry)) {
+    if (entry.th32OwnerProcessID == GetCurrentProcessId()) ++count.threads;
   }
+  if (snapshot != INVALID_HANDLE_VALUE) CloseHandle(snapshot);
   DWORD handles = 0;
   if (GetProcessHandleCount(GetCurrentProcess(), &handles)) count.handles = static_cast<long>(handles);
   return count;
@@ -38,13 +35,10 @@ inline Resource_count count_resources() {
 #else
 inline long entries_in(const char* folder) {
   DIR* dir = opendir(folder);
-  if (dir == nullptr) return -1;
-  long n = 0;
-  while (const dirent* entry = readdir(dir)) {
-    if (entry->d_name[0] != '.') ++n;
-  }
-  closedir(dir);
-  return n;
+  long n = dir == nullptr ? -1 : 0;
+  while (dir != nullptr && readdir(dir) != nullptr) ++n;
+  if (dir != nullptr) closedir(dir);
+  return n;  // "." and ".." included, before and after alike
 }
 
 inline Resource_count count_resources() { return {entries_in("/proc/self/task"), entries_in("/proc/self/fd")}; }

@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -28,31 +26,29 @@ using namespace nym;
 
 namespace {
 
-// Both ends of a pipe made with the system's own call, closed by this object unless taken.
+// Both ends of a pipe made with the system's own call, closed by this object unless closed before.
 struct Raw_pipe {
   void* read = nullptr;
   void* write = nullptr;
   Raw_pipe() {
 #if defined(_WIN32)
-    HANDLE r = nullptr, w = nullptr;
-    if (CreatePipe(&r, &w, nullptr, 0)) read = r, write = w;
+    CreatePipe(reinterpret_cast<HANDLE*>(&read), reinterpret_cast<HANDLE*>(&write), nullptr, 0);
 #else
-    int fds[2];  // not inherited: a child holding the write end would never see its input end
-    if (pipe2(fds, O_CLOEXEC) == 0) read = reinterpret_cast<void*>(intptr_t(fds[0])), write = reinterpret_cast<void*>(intptr_t(fds[1]));
+    int fds[2] = {};
+    pipe2(fds, O_CLOEXEC);
+    read = reinterpret_cast<void*>(intptr_t(fds[0]));
+    write = reinterpret_cast<void*>(intptr_t(fds[1]));
 #endif
   }
   ~Raw_pipe() {
     close(read);
     close(write);
   }
-  Raw_pipe(const Raw_pipe&) = delete;
-  Raw_pipe& operator=(const Raw_pipe&) = delete;
   static void close(void*& end) {
-    if (end == nullptr) return;
 #if defined(_WIN32)
-    CloseHandle(end);
+    if (end != nullptr) CloseHandle(end);
 #else
-    ::close(static_cast<int>(reinterpret_cast<intptr_t>(end)));
+    if (end != nullptr) ::close(static_cast<int>(reinterpret_cast<intptr_t>(end)));
 #endif
     end = nullptr;
   }
@@ -97,31 +93,6 @@ TEST(PipeTest, AnAnonymousPipeCarriesEveryByteFromWriteToRead) {
   EXPECT_TRUE(got == sent);
   EXPECT_EQ(pipe.read(nullptr, 0, status), 0u) << "a read of nothing doesn't wait";
   EXPECT_TRUE(status.is_clear());
-}
-
-TEST(PipeTest, AReadOfAnEmptyPipeWaitsForTheWriter) {
-  nym_test::Watchdog watchdog("AReadOfAnEmptyPipeWaitsForTheWriter");
-  Nym_status status;
-  Nym_anonymous_pipe pipe(status);
-  std::mutex mutex;
-  std::condition_variable changed;
-  bool returned = false;
-  unsigned char one = 0;
-  std::thread reader([&] {
-    Nym_status s;
-    pipe.read(&one, 1, s);
-    std::lock_guard<std::mutex> hold(mutex);
-    returned = true;
-    changed.notify_all();
-  });
-  {
-    std::unique_lock<std::mutex> hold(mutex);
-    EXPECT_FALSE(changed.wait_for(hold, std::chrono::milliseconds(100), [&] { return returned; }));
-  }
-  const unsigned char x = 'x';
-  pipe.write(&x, 1, status);
-  reader.join();
-  EXPECT_EQ(one, 'x');
 }
 
 // Moving hands the handles over: each is closed once, by its last owner.
@@ -174,6 +145,7 @@ TEST(PipeTest, AHandlePairUsesButDoesNotOwnItsHandles) {
   EXPECT_TRUE(status.has_child()) << "over the system's code";
 }
 
+#if defined(_WIN32)
 // A real second process: the helper echoes what it is given on its standard input.
 TEST(PipeTest, AChildEchoesThroughAPairOfPipes) {
   nym_test::Watchdog watchdog("AChildEchoesThroughAPairOfPipes");
@@ -201,7 +173,6 @@ TEST(PipeTest, AChildEchoesThroughAPairOfPipes) {
   EXPECT_TRUE(got == sent);
 }
 
-#if defined(_WIN32)
 namespace {
 
 // A pipe name of this process and test, so that parallel runs don't meet.
@@ -240,53 +211,23 @@ TEST(NamedPipeTest, AClientWithoutServerIsClosedAndSaysWhy) {
 }
 
 // Modes are told from the client's side in both structures: a server of mode 0 writes to a
-// client of mode 0, which reads.
-TEST(NamedPipeTest, ModesAreToldFromTheClientsSide) {
-  nym_test::Watchdog watchdog("ModesAreToldFromTheClientsSide");
-  struct Case {
-    unsigned int mode;
-    bool server_writes, client_writes;
-  };
-  const Case cases[] = {{0, true, false}, {1, false, true}, {2, true, true}};
-  for (const Case& c : cases) {
-    const Wstring name = pipe_name(("mode" + std::to_string(c.mode)).c_str());
-    Nym_status status;
-    Nym_named_pipe_server server(name, server_options(c.mode), status);
-    ASSERT_TRUE(status.is_clear());
-    EXPECT_EQ(server.get_type(), NYM_PIPE_SERVER);
-    Nym_pipe_client_options client_options;
-    client_options.mode = c.mode;
-    Nym_named_pipe_client client(name, u".", client_options, status);
-    ASSERT_TRUE(status.is_clear()) << c.mode;
-    server.wait_for_client(status);  // connected before: passes at once
-    EXPECT_TRUE(status.is_clear());
-    const unsigned char sent[4] = {'p', 'i', 'p', 'e'};
-    unsigned char got[4] = {};
-    if (c.server_writes) {
-      EXPECT_EQ(server.write(sent, 4, status), 4u);
-      EXPECT_EQ(read_all(client, 4, status), std::vector<unsigned char>(sent, sent + 4));
-    } else {
-      EXPECT_EQ(server.write(sent, 4, status), 0u) << "the server may not write";
-      EXPECT_TRUE(status.is_clear()) << "a named pipe reports no failed call";
-    }
-    if (c.client_writes) {
-      EXPECT_EQ(client.write(sent, 4, status), 4u);
-      EXPECT_EQ(server.read(got, 4, status), 4u);
-    }
-  }
-}
-
-// The server flushes before it disconnects: the client reads what was written, then 0 bytes
-// with a clean status. A second client of a one-instance pipe is refused at once.
+// client of mode 0, which reads. The server flushes before it disconnects: the client reads
+// what was written, then 0 bytes with a clean status. A second client of a one-instance pipe
+// is refused at once.
 TEST(NamedPipeTest, TheClientReadsEverythingThenZeroWhenTheServerHasGone) {
   nym_test::Watchdog watchdog("TheClientReadsEverythingThenZeroWhenTheServerHasGone");
   const Wstring name = pipe_name("gone");
   Nym_status status;
   auto server = std::make_unique<Nym_named_pipe_server>(name, server_options(0), status);
+  EXPECT_EQ(server->get_type(), NYM_PIPE_SERVER);
   Nym_pipe_client_options reading;
   reading.mode = 0;
   Nym_named_pipe_client client(name, u".", reading, status);
   ASSERT_TRUE(status.is_clear());
+  server->wait_for_client(status);  // connected before: passes at once
+  EXPECT_TRUE(status.is_clear());
+  EXPECT_EQ(client.write(pattern(4).data(), 4, status), 0u) << "the client may only read";
+  EXPECT_TRUE(status.is_clear()) << "a named pipe reports no failed call";
   Nym_named_pipe_client second(name, u".", reading, status);
   EXPECT_EQ(status, NYM_S_NAMED_PIPE_OPEN_FAILED);
   EXPECT_EQ(*status.child(), ERROR_PIPE_BUSY);
@@ -365,13 +306,5 @@ TEST(NamedPipeTest, AddSecurityTiesTheHandles) {
   Nym_security for_pipe;
   pipe.add_security(for_pipe, status);
   EXPECT_EQ(status, NYM_S_ALREADY_ASSOCIATED);
-  Nym_security open_to_all;
-  Nym_named_pipe_server server(pipe_name("secured"), Nym_pipe_server_options(), status, &open_to_all);
-  ASSERT_TRUE(status.is_clear());
-  Nym_security for_server;
-  server.add_security(for_server, status);
-  EXPECT_TRUE(status.is_clear());
-  std::unique_ptr<Nym_acl> acl(for_server.get_disc_acl(status));
-  EXPECT_TRUE(status.ok());
 }
 #endif

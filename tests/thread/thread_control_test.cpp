@@ -10,6 +10,7 @@
 #include <string>
 #include <thread>
 
+#include "nym/event.h"
 #include "nym/security.h"
 #include "nym/thread.h"
 #include "test_helpers.h"
@@ -19,21 +20,8 @@ using namespace nym;
 
 namespace {
 
-// A kernel event: a thread that waits on one may be ended at any moment without harm.
-class Win32_gate {
- public:
-  Win32_gate() : m_event(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
-  ~Win32_gate() { CloseHandle(m_event); }
-  Win32_gate(const Win32_gate&) = delete;
-  Win32_gate& operator=(const Win32_gate&) = delete;
-  void open() { SetEvent(m_event); }
-  bool wait(DWORD limit = 20000) { return WaitForSingleObject(m_event, limit) == WAIT_OBJECT_0; }
-
- private:
-  HANDLE m_event;
-};
-
-void wait_at_gate(void* gate) { static_cast<Win32_gate*>(gate)->wait(60000); }
+// The gates are kernel events: a thread that waits on one may be ended at any moment.
+void wait_at_gate(void* gate) { static_cast<Nym_event*>(gate)->wait(60000); }
 
 void returns_at_once(void*) {}
 
@@ -44,45 +32,60 @@ bool starts_and_ends() {
   return status.ok() && thread.wait(20000, status) && thread.state() == NYM_THREAD_FINISHED;
 }
 
-// What the hook does at each point: opens `arrived` and waits for `proceed`, once.
+// While it lives, the next thread to pass `point` stops there until `proceed`, after telling
+// `arrived`.
 struct Hook_stop {
-  std::atomic<unsigned int> point{0xFFFFFFFFu};
-  Win32_gate arrived, proceed;
+  std::atomic<unsigned int> point;
+  Nym_event arrived, proceed;
+  impl::Nym_thread_hook previous;
+  explicit Hook_stop(unsigned int at);
+  ~Hook_stop() {
+    impl::nym_set_thread_hook(previous);
+    proceed.signal();
+  }
 };
 Hook_stop* g_stop = nullptr;
 
 void stop_at_point(unsigned int point) {
   unsigned int expected = point;
-  if (g_stop != nullptr && g_stop->point.compare_exchange_strong(expected, 0xFFFFFFFFu)) {
-    g_stop->arrived.open();
-    g_stop->proceed.wait();
+  if (g_stop->point.compare_exchange_strong(expected, 0xFFFFFFFFu)) {
+    g_stop->arrived.signal();
+    g_stop->proceed.wait(20000);
   }
 }
 
-// kill on another thread; `done` opens when it has returned.
-struct Killer {
-  Win32_gate done;
+Hook_stop::Hook_stop(unsigned int at) : point(at) {
+  g_stop = this;
+  previous = impl::nym_set_thread_hook(stop_at_point);
+}
+
+// Kills `target` from another thread while a thread is stopped in the registry's locks: the
+// kill waits until it goes on, then succeeds.
+void expect_kill_to_wait(Nym_thread& target, Hook_stop& stop) {
+  Nym_event done;
   Nym_status status;
-  std::thread thread;
-  explicit Killer(Nym_thread& target)
-      : thread([this, &target] {
-          target.kill(status);
-          done.open();
-        }) {}
-  ~Killer() { thread.join(); }
-};
+  std::thread killer([&] {
+    target.kill(status);
+    done.signal();
+  });
+  EXPECT_FALSE(done.wait(100)) << "killed inside the registry's locks";
+  stop.proceed.signal();
+  EXPECT_TRUE(done.wait(20000));
+  killer.join();
+  EXPECT_TRUE(status.is_clear());
+}
 
 }  // namespace
 
 TEST(ThreadControlTest, SuspendAndResumeWriteTheStateAndRefuseTheCallingThread) {
   nym_test::Watchdog watchdog("SuspendAndResumeWriteTheStateAndRefuseTheCallingThread");
-  Win32_gate gate;
+  Nym_event gate;
   Nym_status status;
   Nym_thread thread(wait_at_gate, &gate, status);
   thread.suspend(status);
   EXPECT_TRUE(status.is_clear());
   EXPECT_EQ(thread.state(), NYM_THREAD_SUSPENDED);
-  gate.open();
+  gate.signal();
   EXPECT_FALSE(thread.wait(50, status)) << "a suspended thread doesn't go on";
   thread.resume(status);
   EXPECT_TRUE(status.is_clear());
@@ -90,40 +93,42 @@ TEST(ThreadControlTest, SuspendAndResumeWriteTheStateAndRefuseTheCallingThread) 
   EXPECT_TRUE(thread.wait(20000, status));
   EXPECT_EQ(thread.state(), NYM_THREAD_FINISHED);
 
-  Nym_status inside[2];
+  // In the thread itself: suspend and resume fail, wait raises, and kill raises out of the
+  // function, which makes it the thread's failure.
+  struct Inside {
+    Nym_status suspended, resumed;
+    std::string waited;
+  } inside;
   Nym_thread self(
       [](void* raw) {
-        auto* out = static_cast<Nym_status*>(raw);
-        nym_thread_object(0)->suspend(out[0]);
-        nym_thread_object(0)->resume(out[1]);
+        Inside& in = *static_cast<Inside*>(raw);
+        Nym_thread& me = *nym_thread_object(0);
+        me.suspend(in.suspended);
+        me.resume(in.resumed);
+        Nym_status scratch;
+        in.waited = nym_test::what_of([&] { me.wait(scratch); });
+        me.kill(scratch);
       },
-      inside, status);
+      &inside, status);
   self.wait(status);
-  EXPECT_EQ(inside[0], NYM_S_THREAD_SUSPEND_FAILED);
-  EXPECT_EQ(inside[1], NYM_S_THREAD_RESUME_FAILED);
-  // Killing itself raises in the thread, and what it raised is the thread's failure.
-  Nym_thread killer(
-      [](void*) {
-        Nym_status s;
-        nym_thread_object(0)->kill(s);
-      },
-      nullptr, status);
-  killer.wait(status);
+  EXPECT_EQ(inside.suspended, NYM_S_THREAD_SUSPEND_FAILED);
+  EXPECT_EQ(inside.resumed, NYM_S_THREAD_RESUME_FAILED);
+  EXPECT_EQ(inside.waited, "Nym_thread::wait - cannot wait for current thread");
   Nym_status failed;
-  killer.get_failed_status(failed);
+  self.get_failed_status(failed);
   ASSERT_EQ(failed, NYM_S_THREAD_EXCEPTION);
   Wstring text;
   (*failed.begin())->to_string(text);
   EXPECT_EQ(nym_test::utf8(text), "Nym_thread::kill - cannot kill current thread");
 }
 
-TEST(ThreadControlTest, PrioritiesMapOntoTheSystemsAndAnUnknownOneChangesNothing) {
-  nym_test::Watchdog watchdog("PrioritiesMapOntoTheSystemsAndAnUnknownOneChangesNothing");
-  Win32_gate gate;
+// On one running thread: its priorities, its security through its handle, and at last kill.
+TEST(ThreadControlTest, PrioritySecurityAndKillActOnTheThreadsHandle) {
+  nym_test::Watchdog watchdog("PrioritySecurityAndKillActOnTheThreadsHandle");
+  Nym_event gate;
   Nym_status status;
   Nym_thread thread(wait_at_gate, &gate, status);
   HANDLE handle = OpenThread(THREAD_QUERY_INFORMATION, FALSE, thread.thread_id());
-  ASSERT_NE(handle, nullptr);
   const int expected[] = {THREAD_PRIORITY_HIGHEST, THREAD_PRIORITY_ABOVE_NORMAL, THREAD_PRIORITY_NORMAL,
                           THREAD_PRIORITY_BELOW_NORMAL, THREAD_PRIORITY_LOWEST};
   for (int p = 0; p < 5; ++p) {
@@ -135,15 +140,13 @@ TEST(ThreadControlTest, PrioritiesMapOntoTheSystemsAndAnUnknownOneChangesNothing
   EXPECT_EQ(status, NYM_S_THREAD_BAD_PRIORITY);
   EXPECT_EQ(GetThreadPriority(handle), THREAD_PRIORITY_LOWEST);
   CloseHandle(handle);
-  gate.open();
-  thread.wait(status);
-}
 
-TEST(ThreadControlTest, KillEndsARunningThreadAndTakesItOutOfTheRegistry) {
-  nym_test::Watchdog watchdog("KillEndsARunningThreadAndTakesItOutOfTheRegistry");
-  Win32_gate gate;
-  Nym_status status;
-  Nym_thread thread(wait_at_gate, &gate, status);
+  Nym_security security;
+  thread.add_security(security, status);
+  EXPECT_TRUE(status.is_clear());
+  std::unique_ptr<Nym_acl> acl(security.get_disc_acl(status));
+  EXPECT_TRUE(status.ok() && acl != nullptr) << "the thread's own list is read through its handle";
+
   const unsigned int id = thread.thread_id();
   thread.kill(status);
   EXPECT_TRUE(status.is_clear());
@@ -157,62 +160,37 @@ TEST(ThreadControlTest, KillEndsARunningThreadAndTakesItOutOfTheRegistry) {
 // creator waits for that, so the lock is never left held by a dead thread.
 TEST(ThreadControlTest, KillOfACreatorWaitsUntilTheStartItIsMakingIsDone) {
   nym_test::Watchdog watchdog("KillOfACreatorWaitsUntilTheStartItIsMakingIsDone");
-  Hook_stop stop;
-  g_stop = &stop;
-  const impl::Nym_thread_hook previous = impl::nym_set_thread_hook(stop_at_point);
-  struct Creator {
-    Hook_stop* stop;
-    Win32_gate idle;
-  } creator{&stop, {}};
+  Hook_stop stop(0xFFFFFFFFu);
+  Nym_event idle;
   Nym_status status;
-  Nym_thread thread(
-      [](void* raw) {
-        Creator& c = *static_cast<Creator*>(raw);
-        c.stop->point = 0;  // the next thread to come up stops there
+  Nym_thread creator(
+      [](void* idle_event) {
+        g_stop->point = 0;  // the next thread to come up stops there
         Nym_status s;
         Nym_thread made(returns_at_once, nullptr, s);
-        c.idle.wait(60000);
+        static_cast<Nym_event*>(idle_event)->wait(60000);
       },
-      &creator, status);
-  ASSERT_TRUE(stop.arrived.wait());
-  {
-    Killer killer(thread);
-    EXPECT_FALSE(killer.done.wait(100)) << "killed while it held the start lock";
-    stop.proceed.open();
-    EXPECT_TRUE(killer.done.wait());
-    EXPECT_TRUE(killer.status.is_clear());
-  }
-  EXPECT_TRUE(thread.wait(20000, status));
+      &idle, status);
+  ASSERT_TRUE(stop.arrived.wait(20000));
+  expect_kill_to_wait(creator, stop);
+  EXPECT_TRUE(creator.wait(20000, status));
   EXPECT_TRUE(starts_and_ends());
-  impl::nym_set_thread_hook(previous);
-  g_stop = nullptr;
 }
 
 // A thread in its ending steps holds both registry locks: kill waits, and then finds the thread
 // leaving on its own and leaves it be.
 TEST(ThreadControlTest, KillOfAnEndingThreadWaitsAndLetsItEnd) {
   nym_test::Watchdog watchdog("KillOfAnEndingThreadWaitsAndLetsItEnd");
-  Hook_stop stop;
-  g_stop = &stop;
-  stop.point = 1;
-  const impl::Nym_thread_hook previous = impl::nym_set_thread_hook(stop_at_point);
+  Hook_stop stop(1);
   Nym_status status;
   Nym_thread thread(returns_at_once, nullptr, status);
-  ASSERT_TRUE(stop.arrived.wait());
-  {
-    Killer killer(thread);
-    EXPECT_FALSE(killer.done.wait(100)) << "killed inside the registry's locks";
-    stop.proceed.open();
-    EXPECT_TRUE(killer.done.wait());
-    EXPECT_TRUE(killer.status.is_clear());
-  }
+  ASSERT_TRUE(stop.arrived.wait(20000));
+  expect_kill_to_wait(thread, stop);
   EXPECT_TRUE(thread.wait(20000, status));
   EXPECT_EQ(thread.state(), NYM_THREAD_FINISHED);
   thread.suspend(status);
   EXPECT_EQ(status, NYM_S_THREAD_SUSPEND_FAILED) << "an ended thread isn't suspended";
   EXPECT_TRUE(starts_and_ends());
-  impl::nym_set_thread_hook(previous);
-  g_stop = nullptr;
 }
 
 // The thread's apartment is the one asked for: asking for the other model in the thread is
@@ -223,10 +201,8 @@ TEST(ThreadControlTest, TheComponentRuntimeIsInitialisedAsAsked) {
     int com;
     HRESULT multi;
   };
-  const Case cases[] = {{NYM_THREAD_COM_NONE, S_OK},
-                        {NYM_THREAD_COM_APARTMENT, RPC_E_CHANGED_MODE},
-                        {NYM_THREAD_COM_MULTI, S_FALSE},
-                        {7, S_OK}};
+  const Case cases[] = {
+      {NYM_THREAD_COM_NONE, S_OK}, {NYM_THREAD_COM_APARTMENT, RPC_E_CHANGED_MODE}, {NYM_THREAD_COM_MULTI, S_FALSE}, {7, S_OK}};
   for (const Case& c : cases) {
     HRESULT seen = E_FAIL;
     Nym_status status;
@@ -241,21 +217,6 @@ TEST(ThreadControlTest, TheComponentRuntimeIsInitialisedAsAsked) {
     thread.wait(status);
     EXPECT_EQ(seen, c.multi) << c.com;
   }
-}
-
-TEST(ThreadControlTest, AddSecurityTiesTheThreadsHandle) {
-  nym_test::Watchdog watchdog("AddSecurityTiesTheThreadsHandle");
-  Win32_gate gate;
-  Nym_status status;
-  Nym_thread thread(wait_at_gate, &gate, status);
-  Nym_security security;
-  thread.add_security(security, status);
-  EXPECT_TRUE(status.is_clear());
-  std::unique_ptr<Nym_acl> acl(security.get_disc_acl(status));
-  EXPECT_TRUE(status.ok()) << "the thread's own list is read through its handle";
-  EXPECT_NE(acl, nullptr);
-  gate.open();
-  thread.wait(status);
 }
 
 namespace {
