@@ -84,7 +84,62 @@ int rw_upgrade_deadlock(const Args& args) {
   return through->wait_for(1, milliseconds(ms)) ? 1 : 0;
 }
 
+// sleep <ms>: sleeps, then exits with 0.
+int sleep_for(const Args& args) {
+  unsigned long long ms = 0;
+  if (!number_argument(args[0], ms)) return 2;
+  std::this_thread::sleep_for(milliseconds(ms));
+  return 0;
+}
+
+// exit <code>: exits with <code>, a decimal that may be negative (-1 exits with 0xFFFFFFFF).
+int exit_with(const Args& args) {
+  const bool negative = !args[0].empty() && args[0][0] == '-';
+  unsigned long long value = 0;
+  if (!number_argument(args[0].substr(negative ? 1 : 0), value) || value > 0x80000000ull) return 2;
+  return negative ? static_cast<int>(-static_cast<long long>(value)) : static_cast<int>(static_cast<unsigned int>(value));
+}
+
 #if defined(_WIN32)
+// echo: copies its standard input to its standard output, byte for byte, until the input ends.
+// Exit code 1: the output failed.
+int echo(const Args&) {
+  char block[4096];
+  DWORD n = 0, written = 0;
+  while (ReadFile(GetStdHandle(STD_INPUT_HANDLE), block, sizeof block, &n, nullptr) && n != 0) {
+    for (DWORD done = 0; done < n; done += written) {
+      if (!WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), block + done, n - done, &written, nullptr)) return 1;
+    }
+  }
+  return 0;
+}
+
+// pipe-write <name> <text>: opens \\.\pipe\<name> for writing (waiting up to 20 s for the
+// server to make it or to free an instance), writes <text> and closes. Exit codes: 10 the pipe
+// did not open within 20 s; 11 the write failed.
+int pipe_write(const Args& args) {
+  nym::Wstring name;
+  nym::nym_utf8_to_utf16(("\\\\.\\pipe\\" + args[0]).c_str(), name);
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  HANDLE pipe = INVALID_HANDLE_VALUE;
+  while (pipe == INVALID_HANDLE_VALUE) {
+    pipe = CreateFileW(reinterpret_cast<const wchar_t*>(name.c_str()), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0,
+                       nullptr);
+    if (pipe != INVALID_HANDLE_VALUE) break;
+    if (std::chrono::steady_clock::now() > limit) return 10;
+    if (GetLastError() == ERROR_PIPE_BUSY) {
+      WaitNamedPipeW(reinterpret_cast<const wchar_t*>(name.c_str()), 1000);
+    } else {
+      Sleep(5);  // the server has not made the pipe yet
+    }
+  }
+  DWORD written = 0;
+  const bool ok = WriteFile(pipe, args[1].data(), static_cast<DWORD>(args[1].size()), &written, nullptr) &&
+                  written == args[1].size();
+  CloseHandle(pipe);
+  return ok ? 0 : 11;
+}
+
 HANDLE handle_argument(const std::string& text) {
   unsigned long long value = 0;
   return number_argument(text, value) ? reinterpret_cast<HANDLE>(static_cast<uintptr_t>(value)) : nullptr;
@@ -119,7 +174,11 @@ struct Command {
 
 const Command COMMANDS[] = {
     {"rw-upgrade-deadlock", 1, rw_upgrade_deadlock, "rw-upgrade-deadlock <ms>"},
+    {"sleep", 1, sleep_for, "sleep <ms>"},
+    {"exit", 1, exit_with, "exit <code>"},
 #if defined(_WIN32)
+    {"echo", 0, echo, "echo"},
+    {"pipe-write", 2, pipe_write, "pipe-write <name> <text>"},
     {"mutex-handoff", 3, mutex_handoff, "mutex-handoff <name> <ready-handle> <release-handle>"},
 #endif
 };
