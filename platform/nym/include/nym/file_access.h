@@ -5,7 +5,7 @@
 
 namespace nym {
 
-enum Nym_file_access {
+enum Nym_file_access : int {
   NYM_ACCESS_READ = 0,        // GENERIC_READ
   NYM_ACCESS_WRITE = 1,       // GENERIC_WRITE
   NYM_ACCESS_READ_WRITE = 2,  // both
