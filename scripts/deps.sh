@@ -43,7 +43,7 @@ APT_PKGS=(
   mingw-w64-x86-64-dev
   wine wine64
   googletest libgtest-dev libgmock-dev
-  libicu-dev libxerces-c-dev libbenchmark-dev unicode-data
+  libicu-dev libxerces-c-dev libbenchmark-dev unicode-data zlib1g-dev libdeflate-dev
   locales clang libclang-rt-14-dev
 )
 
