@@ -1,5 +1,6 @@
 // Nym_file_access: how a file is to be opened, shared by the file, the file buffer and
-// nym_access.
+// nym_access. The type holds any int: Nym_file's long open asks for no access at all for a
+// value outside the list, and nym_access only for existence.
 #ifndef NYM_FILE_ACCESS_H
 #define NYM_FILE_ACCESS_H
 

@@ -9,8 +9,8 @@
 // as the writer: every read, write, seek and truncate holds the buffer's write lock, and all
 // transfers are serial. A blocking reader at the end of the file sleeps until a writer through
 // this same buffer writes or leaves; writers elsewhere (another object, another process) wake
-// nobody. Going through the object's own Nym_file while streams use the buffer moves the
-// position under them only between their transfers, which each seek again.
+// nobody. An attached Nym_file may still be used directly between transfers (each transfer
+// places the file again), but not from another thread while streams use the buffer.
 //
 // Reports: NYM_S_NO_FILE when closed, NYM_S_FILE_ALREADY_HELD from open and attach on a buffer
 // that holds a file; the file's own codes pass through (NYM_S_END_OF_DATA at the end). An
