@@ -32,12 +32,7 @@ class File_test : public testing::Test {
     const HANDLE listing = FindFirstFileW(win(m_dir + u"*"), &found);
     if (listing != INVALID_HANDLE_VALUE) {
       do {
-        const nym::Wstring name(reinterpret_cast<const char16_t*>(found.cFileName));
-        if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
-          if (name != u"." && name != u"..") RemoveDirectoryW(win(m_dir + name));
-        } else {
-          DeleteFileW(win(m_dir + name));
-        }
+        DeleteFileW(win(m_dir + reinterpret_cast<const char16_t*>(found.cFileName)));  // fails on . and ..
       } while (FindNextFileW(listing, &found));
       FindClose(listing);
     }
