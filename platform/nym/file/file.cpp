@@ -68,6 +68,16 @@ Nym_date_and_time fallback_time() {
   return Nym_date_and_time(Nym_time_period(38, 0, 0, 0, 0), Nym_time_zone::local(true));
 }
 
+// What a read or a write checks first: an open file, and a count the system takes in 32 bits.
+bool may_transfer(bool open, uint64 count, Nym_status& status) {
+  if (!open) {
+    status = NYM_S_FILE_NOT_OPEN;
+  } else if (count > MAX_TRANSFER) {
+    status = NYM_S_READ_FAILED;
+  }
+  return status.ok();
+}
+
 // The region's last byte; raises for a region past the largest position or a negative start.
 int64 last_byte(int64 start, int64 length) { return nym_advance(start, length) - 1; }
 
@@ -179,14 +189,10 @@ bool Nym_file::is_open() const { return m_handle != impl::CLOSED_HANDLE; }
 uint64 Nym_file::read(void* buffer, uint64 count, Nym_status& status) {
   status.clear();
   unsigned int done = 0;
-  if (!is_open()) {
-    status = NYM_S_FILE_NOT_OPEN;
-  } else if (count > MAX_TRANSFER) {
-    status = NYM_S_READ_FAILED;
-  } else if (impl::file_read(m_handle, buffer, static_cast<unsigned int>(count), done, status)) {
-    if (done == 0 && count != 0) status = NYM_S_END_OF_DATA;
-  } else if (status == HANDLE_EOF && done == 0) {
-    status = NYM_S_END_OF_DATA;
+  if (may_transfer(is_open(), count, status)) {
+    const bool read = impl::file_read(m_handle, buffer, static_cast<unsigned int>(count), done, status);
+    // Nothing for a non-zero count is the end of the file, and so is the system's own word for it.
+    if (done == 0 && ((read && count != 0) || (!read && status == HANDLE_EOF))) status = NYM_S_END_OF_DATA;
   }
   if (status.is_error() && status != NYM_S_END_OF_DATA) status.push(NYM_S_READ_FAILED);
   return done;
@@ -195,11 +201,7 @@ uint64 Nym_file::read(void* buffer, uint64 count, Nym_status& status) {
 uint64 Nym_file::write(const void* buffer, uint64 count, Nym_status& status) {
   status.clear();
   unsigned int done = 0;
-  if (!is_open()) {
-    status = NYM_S_FILE_NOT_OPEN;
-  } else if (count > MAX_TRANSFER) {
-    status = NYM_S_READ_FAILED;
-  } else {
+  if (may_transfer(is_open(), count, status)) {
     impl::file_write(m_handle, buffer, static_cast<unsigned int>(count), done, status);
   }
   if (status.is_error()) status.push(NYM_S_WRITE_FAILED);
