@@ -4,7 +4,8 @@
 // The object owns its handle and closes it in close() or its destructor; it can't be copied.
 // The file position is the system's and is shared by everyone who uses the object: read,
 // write, seek, tell and truncate take no lock, so an object used by several threads needs the
-// caller's lock (Nym_file_buffer is one). The region table has a Nym_critical of its own.
+// caller's lock (Nym_file_buffer keeps its transfers serial). The region table has a
+// Nym_critical of its own.
 //
 // Failures go into the status with the system's code underneath: a failed open reports
 // NYM_S_FILE_OPEN_FAILED with the path above the cause, a failed read NYM_S_READ_FAILED, a failed
