@@ -50,7 +50,7 @@ APT_PKGS=(
   mingw-w64-x86-64-dev
   wine wine64
   googletest libgtest-dev libgmock-dev
-  libicu-dev libxerces-c-dev libbenchmark-dev unicode-data bzip2 gdb
+  libicu-dev libxerces-c-dev libbenchmark-dev unicode-data bzip2 gdb zlib1g-dev libdeflate-dev
   locales clang libclang-rt-14-dev
 )
 

@@ -21,6 +21,7 @@
 #if defined(_WIN32)
 #include <windows.h>
 
+#include "nym/file.h"
 #include "nym/mutex.h"
 #include "nym/utf.h"
 #endif
@@ -163,6 +164,69 @@ int mutex_handoff(const Args& args) {
   mutex.unlock();
   return released == WAIT_OBJECT_0 ? 0 : released == WAIT_TIMEOUT ? 12 : 13;
 }
+
+// The file and region of the file-lock subcommands: <path> <shared|exclusive> <start> <length>.
+struct Region {
+  nym::Wstring path;
+  nym::Nym_file_lock type;
+  long long start, length;
+};
+
+bool region_arguments(const Args& args, Region& region) {
+  unsigned long long start = 0, length = 0;
+  if ((args[1] != "shared" && args[1] != "exclusive") || !number_argument(args[2], start) ||
+      !number_argument(args[3], length)) {
+    return false;
+  }
+  nym::nym_utf8_to_utf16(args[0].c_str(), region.path);
+  region.type = args[1] == "shared" ? nym::NYM_LOCK_SHARED : nym::NYM_LOCK_EXCLUSIVE;
+  region.start = static_cast<long long>(start);
+  region.length = static_cast<long long>(length);
+  return true;
+}
+
+bool open_shared(nym::Nym_file& file, const nym::Wstring& path) {
+  nym::Nym_status status;
+  file.open(path, nym::NYM_FILE_OPEN_ALWAYS, nym::NYM_ACCESS_READ_WRITE, 0,
+            nym::NYM_SHARE_READ | nym::NYM_SHARE_WRITE | nym::NYM_SHARE_DELETE, status);
+  return status.ok();
+}
+
+// file-lock-hold <path> <shared|exclusive> <start> <length> <ready> <release>: locks the region
+// through a Nym_file of its own, signals the event <ready> and holds the lock until <release> is
+// signalled. Exit codes: 10 the file did not open; 11 the lock was refused; 12 <release> did not
+// come within 20 s; 13 an event handle was refused.
+int file_lock_hold(const Args& args) {
+  Region region;
+  const HANDLE ready = handle_argument(args[4]), release = handle_argument(args[5]);
+  if (!region_arguments(args, region) || ready == nullptr || release == nullptr) return 2;
+  nym::Nym_file file;
+  if (!open_shared(file, region.path)) return 10;
+  nym::Nym_status status;
+  file.lock(region.type, region.start, region.length, 0, status);
+  if (status.is_error()) return 11;
+  if (!SetEvent(ready)) return 13;
+  const DWORD released = WaitForSingleObject(release, 20000);
+  file.unlock(region.start, region.length, status);
+  return released == WAIT_OBJECT_0 ? 0 : released == WAIT_TIMEOUT ? 12 : 13;
+}
+
+// file-lock-try <path> <shared|exclusive> <start> <length>: one attempt to lock the region.
+// Exit codes: 0 it was locked (and let go); 1 it is held elsewhere (the system's lock violation
+// under NYM_S_LOCK_FAILED); 10 the file did not open; 11 any other answer.
+int file_lock_try(const Args& args) {
+  Region region;
+  if (!region_arguments(args, region)) return 2;
+  nym::Nym_file file;
+  if (!open_shared(file, region.path)) return 10;
+  nym::impl::nym_set_lock_pause([](unsigned int) {});  // one attempt, without the second's wait
+  nym::Nym_status status;
+  file.lock(region.type, region.start, region.length, 0, status);
+  if (status.ok()) return 0;
+  const bool held = status == nym::NYM_S_LOCK_FAILED && status.child() != nullptr &&
+                    *status.child() == ERROR_LOCK_VIOLATION;
+  return held ? 1 : 11;
+}
 #endif
 
 struct Command {
@@ -180,6 +244,9 @@ const Command COMMANDS[] = {
     {"echo", 0, echo, "echo"},
     {"pipe-write", 2, pipe_write, "pipe-write <name> <text>"},
     {"mutex-handoff", 3, mutex_handoff, "mutex-handoff <name> <ready-handle> <release-handle>"},
+    {"file-lock-hold", 6, file_lock_hold,
+     "file-lock-hold <path> <shared|exclusive> <start> <length> <ready-handle> <release-handle>"},
+    {"file-lock-try", 4, file_lock_try, "file-lock-try <path> <shared|exclusive> <start> <length>"},
 #endif
 };
 

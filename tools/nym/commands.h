@@ -22,6 +22,7 @@ struct Command {
 
 int run_acl(const Words& words);
 int run_convert(const Words& words);
+int run_crc(const Words& words);
 int run_date(const Words& words);
 int run_detect(const Words& words);
 int run_reg(const Words& words);

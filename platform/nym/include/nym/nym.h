@@ -6,6 +6,7 @@
 #include "nym/buffer.h"
 #include "nym/calendar_date.h"
 #include "nym/counted_ptr.h"
+#include "nym/crc.h"
 #include "nym/critical.h"
 #include "nym/cwstring.h"
 #include "nym/date.h"
@@ -51,6 +52,8 @@
 
 #if defined(_WIN32)
 #include "nym/acl.h"
+#include "nym/file.h"
+#include "nym/file_buffer.h"
 #include "nym/message_queue.h"
 #include "nym/mutex.h"
 #include "nym/process.h"
