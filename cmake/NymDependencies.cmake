@@ -11,23 +11,32 @@ if(NYM_TARGET_WINDOWS)
   list(APPEND CMAKE_FIND_ROOT_PATH "${NYM_DEPS_PREFIX}")
   list(APPEND CMAKE_PREFIX_PATH "${NYM_DEPS_PREFIX}")
 
-  function(nym_import_dll target implib dll)
+  # The runtime DLLs are imported under the names the installed package gives them too
+  # (nym2208Config.cmake), so the exported nym2208 target names them and a consumer's
+  # $<TARGET_RUNTIME_DLLS> finds every one; nym_dep_* are the names the build uses.
+  function(nym_import_dll target alias implib dll)
     add_library(${target} SHARED IMPORTED GLOBAL)
     set_target_properties(${target} PROPERTIES
-      IMPORTED_IMPLIB "${NYM_DEPS_PREFIX}/lib/${implib}"
-      IMPORTED_LOCATION "${NYM_DEPS_PREFIX}/bin/${dll}"
+      IMPORTED_IMPLIB "${implib}"
+      IMPORTED_LOCATION "${dll}"
       INTERFACE_INCLUDE_DIRECTORIES "${NYM_DEPS_PREFIX}/include")
+    add_library(${alias} ALIAS ${target})
   endfunction()
-  nym_import_dll(nym_dep_icudata libicudt.dll.a icudt72.dll)
-  nym_import_dll(nym_dep_icuuc libicuuc.dll.a icuuc72.dll)
-  set_property(TARGET nym_dep_icuuc PROPERTY INTERFACE_LINK_LIBRARIES nym_dep_icudata)
+  nym_import_dll(nym2208::icudt nym_dep_icudata "${NYM_DEPS_PREFIX}/lib/libicudt.dll.a" "${NYM_DEPS_PREFIX}/bin/icudt72.dll")
+  nym_import_dll(nym2208::icuuc nym_dep_icuuc "${NYM_DEPS_PREFIX}/lib/libicuuc.dll.a" "${NYM_DEPS_PREFIX}/bin/icuuc72.dll")
+  set_property(TARGET nym2208::icuuc PROPERTY INTERFACE_LINK_LIBRARIES nym2208::icudt)
   file(GLOB _nym_xerces_dll "${NYM_DEPS_PREFIX}/bin/libxerces-c*.dll")
   file(GLOB _nym_xerces_implib "${NYM_DEPS_PREFIX}/lib/libxerces-c*.dll.a")
-  if(_nym_xerces_dll AND _nym_xerces_implib)
-    add_library(nym_dep_xerces SHARED IMPORTED GLOBAL)
-    set_target_properties(nym_dep_xerces PROPERTIES
-      IMPORTED_IMPLIB "${_nym_xerces_implib}" IMPORTED_LOCATION "${_nym_xerces_dll}"
-      INTERFACE_INCLUDE_DIRECTORIES "${NYM_DEPS_PREFIX}/include")
+  if(NOT _nym_xerces_dll OR NOT _nym_xerces_implib)
+    message(FATAL_ERROR "NYM_DEPS_PREFIX ('${NYM_DEPS_PREFIX}') holds no Xerces-C DLL; run scripts/deps.sh")
+  endif()
+  nym_import_dll(nym2208::xerces nym_dep_xerces "${_nym_xerces_implib}" "${_nym_xerces_dll}")
+  # ICU's full data, for products that want more of ICU than the library loads (see README);
+  # icudt72.dll holds only what the library loads. An older prefix has no such file.
+  set(NYM_ICU_FULL_DATA "${NYM_DEPS_PREFIX}/share/icu/72.1/icudt72l.dat")
+  if(NOT EXISTS "${NYM_ICU_FULL_DATA}")
+    message(FATAL_ERROR "NYM_DEPS_PREFIX ('${NYM_DEPS_PREFIX}') predates the slim ICU data; run scripts/deps.sh "
+                        "and pass -DNYM_DEPS_PREFIX=$(scripts/deps.sh --print-prefix)")
   endif()
   # The DLLs a user ships beside nym2208.dll; copied beside the tests, installed into bin/.
   set(NYM_RUNTIME_DLLS "${NYM_DEPS_PREFIX}/bin/icuuc72.dll" "${NYM_DEPS_PREFIX}/bin/icudt72.dll" ${_nym_xerces_dll})

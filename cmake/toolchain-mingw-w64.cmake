@@ -23,5 +23,12 @@ set(CMAKE_SHARED_LINKER_FLAGS_INIT "${NYM_STATIC_RUNTIME}")
 set(CMAKE_MODULE_LINKER_FLAGS_INIT "${NYM_STATIC_RUNTIME}")
 set(CMAKE_CXX_FLAGS_INIT "-D__USE_MINGW_ANSI_STDIO=1")
 
-# Tests and tools run under Wine through a wrapper that owns the private prefix.
-set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine-run.sh)
+if(EXISTS ${CMAKE_CURRENT_LIST_DIR}/nym2208Config.cmake)
+  # Installed with the package (<prefix>/lib/cmake/nym2208): find_package(nym2208) finds it.
+  get_filename_component(_nym_package_prefix ${CMAKE_CURRENT_LIST_DIR}/../../.. ABSOLUTE)
+  list(APPEND CMAKE_FIND_ROOT_PATH ${_nym_package_prefix})
+elseif(EXISTS ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine-run.sh)
+  # In the source tree: tests and tools run under Wine through a wrapper that owns the
+  # private prefix.
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/wine-run.sh)
+endif()

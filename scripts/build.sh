@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Builds everything for Windows (installing what is missing) and runs the demo: the `nym`
-# tool under Wine.
+# Builds everything for Windows (installing what is missing), makes the package archive
+# (build/windows/package/nym2208-<version>-win64.zip) and runs the demo: the `nym` tool
+# under Wine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -8,6 +9,7 @@ scripts/deps.sh
 prefix=$(scripts/deps.sh --print-prefix)
 cmake --preset windows -DNYM_DEPS_PREFIX="$prefix" >/dev/null
 cmake --build --preset windows
+cmake --build --preset windows --target package
 
 export NYM_WINEPREFIX=$PWD/build/windows/wineprefix
 nym=build/windows/bin/nym.exe

@@ -8,16 +8,23 @@
 #   scripts/deps.sh --no-apt        skip the apt step (tools already present)
 #
 # Cache root: $NYM_DEPS_CACHE, else ${XDG_CACHE_HOME:-$HOME/.cache}/nym2208/deps.
-# Prefix:     <cache root>/<TAG>/mingw  (include/, lib/*.dll.a, lib/cmake/, bin/*.dll)
+# Prefix:     <cache root>/<TAG>/mingw  (include/, lib/*.dll.a, lib/cmake/, bin/*.dll,
+#             share/icu/<version>/icudt<major>l.dat: ICU's full data, see ICU_DATA_ITEMS)
 # Every dependency has a stamp; a missing stamp means its build is redone from scratch.
 set -euo pipefail
 
 # Bump the -rN suffix whenever build flags change: a new tag means a clean rebuild.
-TAG=icu72.1-xerces3.2.4-gtest1.12.1-bench1.7.1-r1
+TAG=icu72.1-xerces3.2.4-gtest1.12.1-bench1.7.1-r2
 ICU_VER=72.1
 XERCES_VER=3.2.4
 GTEST_VER=1.12.1
 BENCH_VER=1.7.1
+
+# The items of ICU's data that icudt72.dll keeps: what the library's ICU calls load, found by
+# running every test against a data library holding nothing (`icupkg -l` lists the items).
+# Character properties, case mapping, NFC and the error names are compiled into icuuc72.dll;
+# NFKC normalisation loads nfkc.nrm. A new ICU call that needs data adds its item here.
+ICU_DATA_ITEMS=(nfkc.nrm)
 
 HOST=x86_64-w64-mingw32
 CC_X=$HOST-gcc-posix
@@ -43,7 +50,7 @@ APT_PKGS=(
   mingw-w64-x86-64-dev
   wine wine64
   googletest libgtest-dev libgmock-dev
-  libicu-dev libxerces-c-dev libbenchmark-dev unicode-data
+  libicu-dev libxerces-c-dev libbenchmark-dev unicode-data bzip2 gdb zlib1g-dev libdeflate-dev
   locales clang libclang-rt-14-dev
 )
 
@@ -257,8 +264,38 @@ build_xerces() {
   run xerces cmake --build "$bld" -j2
   run xerces cmake --install "$bld"
   check_no_gcc_runtime "$PREFIX"/bin/*xerces*.dll
+  strip_dlls "$PREFIX"/bin/*xerces*.dll
   rm -rf "$src" "$bld"
   stamp_set xerces
+}
+
+# Cuts ICU's data archive in the source tree down to ICU_DATA_ITEMS, so the cross build makes a
+# small icudt72.dll; the full archive is kept in the prefix (and cut from there on a rerun) for
+# products that need all of ICU.
+slim_icu_data() {
+  local src=$1 native=$2 major=${ICU_VER%%.*}
+  local dat=$src/source/data/in/icudt${major}l.dat work=$SCRATCH/icu-data
+  local full=$PREFIX/share/icu/$ICU_VER/icudt${major}l.dat
+  local icupkg=(env LD_LIBRARY_PATH="$native/lib" "$native/bin/icupkg")
+  if [ ! -f "$full" ]; then
+    mkdir -p "$(dirname "$full")"
+    cp "$dat" "$full.part" && mv "$full.part" "$full"
+  fi
+  rm -rf "$work"; mkdir -p "$work/items"
+  printf '%s\n' "${ICU_DATA_ITEMS[@]}" >"$work/items.lst"
+  run icu "${icupkg[@]}" -x "$work/items.lst" -d "$work/items" "$full"
+  rm -f "$dat"
+  run icu "${icupkg[@]}" -a "$work/items.lst" -s "$work/items" new "$dat"
+  [ "$("${icupkg[@]}" -l "$dat" | sort | tr '\n' ' ')" = "$(printf '%s\n' "${ICU_DATA_ITEMS[@]}" | sort | tr '\n' ' ')" ] \
+    || die "icu: the slim data archive does not hold exactly: ${ICU_DATA_ITEMS[*]}"
+  rm -rf "$work"
+}
+
+# Release builds of third-party DLLs carry only the symbol table and the statically linked GCC
+# runtime's debug information: neither helps a product, both cost megabytes in every install.
+strip_dlls() {
+  local f
+  for f in "$@"; do run strip "$HOST-strip" --strip-unneeded "$f"; done
 }
 
 build_icu() {
@@ -276,7 +313,8 @@ build_icu() {
     run icu-native make -C "$native" -j2
     stamp_set icu-native
   fi
-  say "icu: cross build $ICU_VER (DLLs, mingw, ~3 min)"
+  slim_icu_data "$src" "$native"
+  say "icu: cross build $ICU_VER (DLLs, mingw, data: ${ICU_DATA_ITEMS[*]}, ~3 min)"
   rm -rf "$cross"; mkdir -p "$cross"
   (cd "$cross" && run icu env CC="$CC_X" CXX="$CXX_X" CFLAGS=-O2 CXXFLAGS="-O2 -std=gnu++17" \
     LDFLAGS="$RT_LDFLAGS" \
@@ -291,6 +329,7 @@ build_icu() {
   rm -f "$PREFIX/bin/icu-config"   # a Unix shell script, useless for a Windows prefix
   [ -f "$PREFIX/bin/icuuc${ICU_VER%%.*}.dll" ] || die "icu: icuuc${ICU_VER%%.*}.dll not installed"
   check_no_gcc_runtime "$PREFIX"/bin/icu*.dll
+  strip_dlls "$PREFIX"/bin/icu*.dll
   rm -rf "$src" "$native" "$cross"
   rm -f "$STAMPS/icu-native"
   stamp_set icu

@@ -21,6 +21,7 @@
 #if defined(_WIN32)
 #include <windows.h>
 
+#include "nym/file.h"
 #include "nym/mutex.h"
 #include "nym/utf.h"
 #endif
@@ -84,7 +85,62 @@ int rw_upgrade_deadlock(const Args& args) {
   return through->wait_for(1, milliseconds(ms)) ? 1 : 0;
 }
 
+// sleep <ms>: sleeps, then exits with 0.
+int sleep_for(const Args& args) {
+  unsigned long long ms = 0;
+  if (!number_argument(args[0], ms)) return 2;
+  std::this_thread::sleep_for(milliseconds(ms));
+  return 0;
+}
+
+// exit <code>: exits with <code>, a decimal that may be negative (-1 exits with 0xFFFFFFFF).
+int exit_with(const Args& args) {
+  const bool negative = !args[0].empty() && args[0][0] == '-';
+  unsigned long long value = 0;
+  if (!number_argument(args[0].substr(negative ? 1 : 0), value) || value > 0x80000000ull) return 2;
+  return negative ? static_cast<int>(-static_cast<long long>(value)) : static_cast<int>(static_cast<unsigned int>(value));
+}
+
 #if defined(_WIN32)
+// echo: copies its standard input to its standard output, byte for byte, until the input ends.
+// Exit code 1: the output failed.
+int echo(const Args&) {
+  char block[4096];
+  DWORD n = 0, written = 0;
+  while (ReadFile(GetStdHandle(STD_INPUT_HANDLE), block, sizeof block, &n, nullptr) && n != 0) {
+    for (DWORD done = 0; done < n; done += written) {
+      if (!WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), block + done, n - done, &written, nullptr)) return 1;
+    }
+  }
+  return 0;
+}
+
+// pipe-write <name> <text>: opens \\.\pipe\<name> for writing (waiting up to 20 s for the
+// server to make it or to free an instance), writes <text> and closes. Exit codes: 10 the pipe
+// did not open within 20 s; 11 the write failed.
+int pipe_write(const Args& args) {
+  nym::Wstring name;
+  nym::nym_utf8_to_utf16(("\\\\.\\pipe\\" + args[0]).c_str(), name);
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  HANDLE pipe = INVALID_HANDLE_VALUE;
+  while (pipe == INVALID_HANDLE_VALUE) {
+    pipe = CreateFileW(reinterpret_cast<const wchar_t*>(name.c_str()), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0,
+                       nullptr);
+    if (pipe != INVALID_HANDLE_VALUE) break;
+    if (std::chrono::steady_clock::now() > limit) return 10;
+    if (GetLastError() == ERROR_PIPE_BUSY) {
+      WaitNamedPipeW(reinterpret_cast<const wchar_t*>(name.c_str()), 1000);
+    } else {
+      Sleep(5);  // the server has not made the pipe yet
+    }
+  }
+  DWORD written = 0;
+  const bool ok = WriteFile(pipe, args[1].data(), static_cast<DWORD>(args[1].size()), &written, nullptr) &&
+                  written == args[1].size();
+  CloseHandle(pipe);
+  return ok ? 0 : 11;
+}
+
 HANDLE handle_argument(const std::string& text) {
   unsigned long long value = 0;
   return number_argument(text, value) ? reinterpret_cast<HANDLE>(static_cast<uintptr_t>(value)) : nullptr;
@@ -108,6 +164,69 @@ int mutex_handoff(const Args& args) {
   mutex.unlock();
   return released == WAIT_OBJECT_0 ? 0 : released == WAIT_TIMEOUT ? 12 : 13;
 }
+
+// The file and region of the file-lock subcommands: <path> <shared|exclusive> <start> <length>.
+struct Region {
+  nym::Wstring path;
+  nym::Nym_file_lock type;
+  long long start, length;
+};
+
+bool region_arguments(const Args& args, Region& region) {
+  unsigned long long start = 0, length = 0;
+  if ((args[1] != "shared" && args[1] != "exclusive") || !number_argument(args[2], start) ||
+      !number_argument(args[3], length)) {
+    return false;
+  }
+  nym::nym_utf8_to_utf16(args[0].c_str(), region.path);
+  region.type = args[1] == "shared" ? nym::NYM_LOCK_SHARED : nym::NYM_LOCK_EXCLUSIVE;
+  region.start = static_cast<long long>(start);
+  region.length = static_cast<long long>(length);
+  return true;
+}
+
+bool open_shared(nym::Nym_file& file, const nym::Wstring& path) {
+  nym::Nym_status status;
+  file.open(path, nym::NYM_FILE_OPEN_ALWAYS, nym::NYM_ACCESS_READ_WRITE, 0,
+            nym::NYM_SHARE_READ | nym::NYM_SHARE_WRITE | nym::NYM_SHARE_DELETE, status);
+  return status.ok();
+}
+
+// file-lock-hold <path> <shared|exclusive> <start> <length> <ready> <release>: locks the region
+// through a Nym_file of its own, signals the event <ready> and holds the lock until <release> is
+// signalled. Exit codes: 10 the file did not open; 11 the lock was refused; 12 <release> did not
+// come within 20 s; 13 an event handle was refused.
+int file_lock_hold(const Args& args) {
+  Region region;
+  const HANDLE ready = handle_argument(args[4]), release = handle_argument(args[5]);
+  if (!region_arguments(args, region) || ready == nullptr || release == nullptr) return 2;
+  nym::Nym_file file;
+  if (!open_shared(file, region.path)) return 10;
+  nym::Nym_status status;
+  file.lock(region.type, region.start, region.length, 0, status);
+  if (status.is_error()) return 11;
+  if (!SetEvent(ready)) return 13;
+  const DWORD released = WaitForSingleObject(release, 20000);
+  file.unlock(region.start, region.length, status);
+  return released == WAIT_OBJECT_0 ? 0 : released == WAIT_TIMEOUT ? 12 : 13;
+}
+
+// file-lock-try <path> <shared|exclusive> <start> <length>: one attempt to lock the region.
+// Exit codes: 0 it was locked (and let go); 1 it is held elsewhere (the system's lock violation
+// under NYM_S_LOCK_FAILED); 10 the file did not open; 11 any other answer.
+int file_lock_try(const Args& args) {
+  Region region;
+  if (!region_arguments(args, region)) return 2;
+  nym::Nym_file file;
+  if (!open_shared(file, region.path)) return 10;
+  nym::impl::nym_set_lock_pause([](unsigned int) {});  // one attempt, without the second's wait
+  nym::Nym_status status;
+  file.lock(region.type, region.start, region.length, 0, status);
+  if (status.ok()) return 0;
+  const bool held = status == nym::NYM_S_LOCK_FAILED && status.child() != nullptr &&
+                    *status.child() == ERROR_LOCK_VIOLATION;
+  return held ? 1 : 11;
+}
 #endif
 
 struct Command {
@@ -119,8 +238,15 @@ struct Command {
 
 const Command COMMANDS[] = {
     {"rw-upgrade-deadlock", 1, rw_upgrade_deadlock, "rw-upgrade-deadlock <ms>"},
+    {"sleep", 1, sleep_for, "sleep <ms>"},
+    {"exit", 1, exit_with, "exit <code>"},
 #if defined(_WIN32)
+    {"echo", 0, echo, "echo"},
+    {"pipe-write", 2, pipe_write, "pipe-write <name> <text>"},
     {"mutex-handoff", 3, mutex_handoff, "mutex-handoff <name> <ready-handle> <release-handle>"},
+    {"file-lock-hold", 6, file_lock_hold,
+     "file-lock-hold <path> <shared|exclusive> <start> <length> <ready-handle> <release-handle>"},
+    {"file-lock-try", 4, file_lock_try, "file-lock-try <path> <shared|exclusive> <start> <length>"},
 #endif
 };
 

@@ -1,5 +1,9 @@
-# Installs the build into a scratch prefix, builds tests/install/consumer and the guide's
-# recipes (examples/) against it with find_package(nym2208), and runs them all.
+# Installs the build into a scratch prefix and makes the package archive; checks that shipped
+# binaries are stripped and their debug files still serve a debugger; then, for the installed
+# tree and for the unpacked archive alike, builds tests/install/consumer and the guide's recipes
+# (examples/) against it with find_package(nym2208) and the package's own toolchain file, and
+# runs their programs under Wine with only the DLLs that $<TARGET_RUNTIME_DLLS> copied beside
+# them and their own message files.
 function(run_step)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE out ERROR_VARIABLE err)
   if(NOT result EQUAL 0)
@@ -8,49 +12,150 @@ function(run_step)
   set(step_output "${out}" PARENT_SCOPE)
 endfunction()
 
+# Every file below a directory, relative to it, sorted.
+function(list_tree dir out_var)
+  file(GLOB_RECURSE files RELATIVE ${dir} ${dir}/*)
+  list(SORT files)
+  set(${out_var} "${files}" PARENT_SCOPE)
+endfunction()
+
 set(prefix ${NYM_WORK_DIR}/prefix)
-set(consumer_build ${NYM_WORK_DIR}/consumer)
-set(examples_build ${NYM_WORK_DIR}/examples)
 file(REMOVE_RECURSE ${NYM_WORK_DIR})
 
 run_step(${CMAKE_COMMAND} --install ${NYM_BUILD_DIR} --prefix ${prefix})
-foreach(expected include/nym/nym.h lib/libnym2208.dll.a bin/nym2208.dll bin/nymres2208.dll bin/icuuc72.dll
-                 bin/icudt72.dll lib/cmake/nym2208/nym2208Config.cmake lib/cmake/nym2208/NymMessageDll.cmake)
+string(REPLACE "," ";" runtime_dlls "${NYM_RUNTIME_DLLS}")
+set(debug_files)
+if(NYM_DEBUG_INFO)
+  set(debug_files bin/nym.exe.debug bin/nym2208.dll.debug)
+endif()
+foreach(expected include/nym/nym.h lib/libnym2208.dll.a bin/nym.exe ${debug_files}
+                 lib/cmake/nym2208/nym2208Config.cmake lib/cmake/nym2208/toolchain-mingw-w64.cmake
+                 lib/cmake/nym2208/NymMessageDll.cmake
+                 include/xercesc/dom/DOM.hpp lib/libxerces-c.dll.a)
   if(NOT EXISTS ${prefix}/${expected})
     message(FATAL_ERROR "the installed package lacks ${expected}")
   endif()
 endforeach()
-
-# What a user ships: the installed DLLs beside the program (its own message files are there).
-file(GLOB dlls ${prefix}/bin/*.dll)
-foreach(project consumer examples)
-  set(source ${NYM_CONSUMER_DIR})
-  if(project STREQUAL "examples")
-    set(source ${NYM_EXAMPLES_DIR})
+foreach(dll IN LISTS runtime_dlls)
+  if(NOT EXISTS ${prefix}/bin/${dll})
+    message(FATAL_ERROR "the installed package lacks bin/${dll}")
   endif()
-  run_step(${CMAKE_COMMAND} -S ${source} -B ${NYM_WORK_DIR}/${project} -G Ninja
-    -DCMAKE_TOOLCHAIN_FILE=${NYM_TOOLCHAIN} -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_FIND_ROOT_PATH=${prefix}
-    -DCMAKE_BUILD_TYPE=Release)
-  run_step(${CMAKE_COMMAND} --build ${NYM_WORK_DIR}/${project} --parallel 2)
-  file(COPY ${dlls} DESTINATION ${NYM_WORK_DIR}/${project})
 endforeach()
 
-run_step(${NYM_WINE_RUN} ${consumer_build}/consumer.exe)
-if(NOT step_output MATCHES "consumer ok")
-  message(FATAL_ERROR "consumer printed: ${step_output}")
+# The headers need C++17: the exported target says so, whatever a consumer's compiler defaults to.
+file(READ ${prefix}/lib/cmake/nym2208/nym2208Targets.cmake targets)
+if(NOT targets MATCHES "INTERFACE_COMPILE_FEATURES \"cxx_std_17\"")
+  message(FATAL_ERROR "nym2208::nym2208 does not require cxx_std_17")
 endif()
-message(STATUS "installed package builds and runs: ${step_output}")
 
-# Each recipe checks its own results and exits with 1 on a wrong one.
+# Stripped where installed, full in the build tree (in the configurations that have debug
+# information); a debugger finds the lines through the debug link. The message file holds
+# resources only: no debug information, no link.
+foreach(binary_and_function "nym2208.dll;nym::nym_normalize" "nym.exe;main" "nymres2208.dll")
+  list(POP_FRONT binary_and_function binary function)
+  run_step(${NYM_OBJDUMP} -h ${prefix}/bin/${binary})
+  if(step_output MATCHES "\\.debug_")
+    message(FATAL_ERROR "installed ${binary} is not stripped:\n${step_output}")
+  endif()
+  if(NYM_DEBUG_INFO AND function)
+    if(NOT step_output MATCHES "\\.gnu_debuglink")
+      message(FATAL_ERROR "installed ${binary} has no debug link:\n${step_output}")
+    endif()
+    run_step(${NYM_GDB} -batch -nx -ex "info line ${function}" ${prefix}/bin/${binary})
+    if(NOT step_output MATCHES "Line [0-9]+ of \"[^\"]+\\.cpp\"")
+      message(FATAL_ERROR "gdb finds no line for ${function} in ${binary} through its debug file:\n${step_output}")
+    endif()
+  endif()
+endforeach()
+if(NYM_DEBUG_INFO)
+  run_step(${NYM_OBJDUMP} -h ${NYM_BUILT_DLL})
+  if(NOT step_output MATCHES "\\.debug_info")
+    message(FATAL_ERROR "the build tree's nym2208.dll has no debug information")
+  endif()
+endif()
+
+# The archive: named from the version, holding exactly what an install lays out.
+get_filename_component(cmake_dir ${CMAKE_COMMAND} DIRECTORY)
+run_step(${cmake_dir}/cpack --config ${NYM_BUILD_DIR}/CPackConfig.cmake -B ${NYM_WORK_DIR}/cpack)
+set(archive_name nym2208-${NYM_VERSION}-win64)
+set(archive ${NYM_WORK_DIR}/cpack/${archive_name}.zip)
+if(NOT EXISTS ${archive})
+  message(FATAL_ERROR "cpack made no ${archive_name}.zip:\n${step_output}")
+endif()
+file(MAKE_DIRECTORY ${NYM_WORK_DIR}/unpacked)
+run_step(${CMAKE_COMMAND} -E chdir ${NYM_WORK_DIR}/unpacked ${CMAKE_COMMAND} -E tar xf ${archive})
+set(unpacked ${NYM_WORK_DIR}/unpacked/${archive_name})
+list_tree(${prefix} installed_files)
+list_tree(${unpacked} archived_files)
+if(NOT installed_files STREQUAL archived_files)
+  message(FATAL_ERROR "the archive holds\n  ${archived_files}\nan install holds\n  ${installed_files}")
+endif()
+foreach(file IN LISTS installed_files)
+  file(SHA256 ${prefix}/${file} installed_hash)
+  file(SHA256 ${unpacked}/${file} archived_hash)
+  if(NOT installed_hash STREQUAL archived_hash)
+    message(FATAL_ERROR "the archive's ${file} differs from an installed one")
+  endif()
+endforeach()
+
+execute_process(COMMAND ${NYM_BZIP2} -dc ${NYM_NORMALIZATION_TEST}
+  OUTPUT_FILE ${NYM_WORK_DIR}/NormalizationTest.txt RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "cannot unpack ${NYM_NORMALIZATION_TEST} (${result})")
+endif()
+
+# The programs' own message files: the consumer's, and each recipe's <family>.mc.
+set(consumer_dlls consumerres2208.dll)
+set(examples_dlls)
+file(GLOB families ${NYM_EXAMPLES_DIR}/*/*.mc)
+foreach(mc IN LISTS families)
+  get_filename_component(family ${mc} NAME_WE)
+  list(APPEND examples_dlls ${family}res2208.dll)
+endforeach()
 file(GLOB recipes RELATIVE ${NYM_EXAMPLES_DIR} ${NYM_EXAMPLES_DIR}/*/main.cpp)
 if(NOT recipes)
   message(FATAL_ERROR "no recipes under ${NYM_EXAMPLES_DIR}")
 endif()
-foreach(recipe IN LISTS recipes)
-  get_filename_component(name ${recipe} DIRECTORY)
-  run_step(${NYM_WINE_RUN} ${examples_build}/${name}.exe)
-  if(NOT step_output MATCHES "recipe ok")
-    message(FATAL_ERROR "recipe ${name} printed: ${step_output}")
+
+foreach(root ${prefix} ${unpacked})
+  get_filename_component(name ${root} NAME)
+  foreach(project consumer examples)
+    set(source ${NYM_CONSUMER_DIR})
+    if(project STREQUAL "examples")
+      set(source ${NYM_EXAMPLES_DIR})
+    endif()
+    set(build ${NYM_WORK_DIR}/${project}-${name})
+    set(${project}_build ${build})
+    # Only the package's toolchain file: it points find_package at the package it came with.
+    run_step(${CMAKE_COMMAND} -S ${source} -B ${build} -G Ninja -DCMAKE_BUILD_TYPE=Release
+      -DCMAKE_TOOLCHAIN_FILE=${root}/lib/cmake/nym2208/toolchain-mingw-w64.cmake)
+    run_step(${CMAKE_COMMAND} --build ${build} --parallel 2)
+    file(GLOB copied RELATIVE ${build} ${build}/*.dll)
+    list(SORT copied)
+    set(expected ${runtime_dlls} ${${project}_dlls})
+    list(SORT expected)
+    if(NOT copied STREQUAL expected)
+      message(FATAL_ERROR "${project}: beside the programs are ${copied}; expected ${expected}")
+    endif()
+  endforeach()
+
+  run_step(${NYM_WINE_RUN} ${consumer_build}/consumer.exe)
+  if(NOT step_output MATCHES "consumer ok")
+    message(FATAL_ERROR "consumer printed: ${step_output}")
   endif()
-  message(STATUS "recipe ${name}: ok")
+  run_step(${NYM_WINE_RUN} ${consumer_build}/version_check.exe)
+  message(STATUS "${name}: ${step_output}")
+  run_step(${NYM_WINE_RUN} ${consumer_build}/nfkc_conformance.exe Z:${NYM_WORK_DIR}/NormalizationTest.txt)
+  message(STATUS "${name}: ${step_output}")
+
+  # Each recipe checks its own results and exits with 1 on a wrong one.
+  foreach(recipe IN LISTS recipes)
+    get_filename_component(recipe ${recipe} DIRECTORY)
+    run_step(${NYM_WINE_RUN} ${examples_build}/${recipe}.exe)
+    if(NOT step_output MATCHES "recipe ok")
+      message(FATAL_ERROR "recipe ${recipe} printed: ${step_output}")
+    endif()
+  endforeach()
+  list(LENGTH recipes count)
+  message(STATUS "${name}: ${count} recipes ok")
 endforeach()

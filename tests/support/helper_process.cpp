@@ -38,7 +38,15 @@ bool append_quoted(std::wstring& line, const std::string& arg) {
   return true;
 }
 
-std::wstring helper_path() {
+HANDLE inheritable(void* handle) {
+  HANDLE duplicate = nullptr;
+  DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &duplicate, 0, TRUE, DUPLICATE_SAME_ACCESS);
+  return duplicate;
+}
+
+}  // namespace
+
+std::wstring helper_program() {
   std::wstring path(32768, L'\0');
   const DWORD n = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
   path.resize(n < path.size() ? n : 0);
@@ -46,20 +54,32 @@ std::wstring helper_path() {
   return path + L"nym_test_helper.exe";
 }
 
-}  // namespace
-
 int run_helper(const std::vector<std::string>& args, std::chrono::milliseconds limit) {
-  const std::wstring path = helper_path();
+  return run_helper_with_streams(args, limit, nullptr, nullptr);
+}
+
+int run_helper_with_streams(const std::vector<std::string>& args, std::chrono::milliseconds limit, void* std_in,
+                            void* std_out) {
+  const std::wstring path = helper_program();
   std::wstring line = L"nym_test_helper";
   for (const std::string& arg : args) {
     if (!append_quoted(line, arg)) return HELPER_NOT_STARTED;
   }
   STARTUPINFOW startup = {};
   startup.cb = sizeof startup;
-  PROCESS_INFORMATION process = {};
-  if (!CreateProcessW(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
-    return HELPER_NOT_STARTED;
+  if (std_in != nullptr || std_out != nullptr) {
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdInput = inheritable(std_in != nullptr ? std_in : GetStdHandle(STD_INPUT_HANDLE));
+    startup.hStdOutput = inheritable(std_out != nullptr ? std_out : GetStdHandle(STD_OUTPUT_HANDLE));
+    startup.hStdError = GetStdHandle(STD_ERROR_HANDLE);
   }
+  PROCESS_INFORMATION process = {};
+  const BOOL created =
+      CreateProcessW(path.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+  // The helper has its copies now; ours would keep its input from ever ending.
+  if (startup.hStdInput != nullptr) CloseHandle(startup.hStdInput);
+  if (startup.hStdOutput != nullptr) CloseHandle(startup.hStdOutput);
+  if (!created) return HELPER_NOT_STARTED;
   CloseHandle(process.hThread);
   int code = HELPER_TIMED_OUT;
   DWORD exit_code = 0;

@@ -20,6 +20,16 @@ constexpr int HELPER_NOT_STARTED = -2;  // the helper could not be started
 int run_helper(const std::vector<std::string>& args, std::chrono::milliseconds limit);
 
 #if defined(_WIN32)
+// As run_helper, with the helper's standard input and output on the given handles: the helper
+// gets copies of its own, so the test may close its ends whenever it likes.
+int run_helper_with_streams(const std::vector<std::string>& args, std::chrono::milliseconds limit, void* std_in,
+                            void* std_out);
+
+// The full path of nym_test_helper.exe, beside the test executable.
+std::wstring helper_program();
+#endif
+
+#if defined(_WIN32)
 // An inheritable duplicate of a handle, for the helper to use by number; closed with this
 // object. The helper reads it back with its handle_argument().
 class Inherited_handle {

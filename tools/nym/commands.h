@@ -24,10 +24,13 @@ struct Command {
 
 int run_acl(const Words& words);
 int run_convert(const Words& words);
+int run_crc(const Words& words);
 int run_date(const Words& words);
 int run_detect(const Words& words);
+int run_reg(const Words& words);
 int run_sid(const Words& words);
 int run_path(const Words& words);
+int run_run(const Words& words);
 int run_status(const Words& words);
 
 }  // namespace nym_tool

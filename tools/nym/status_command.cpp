@@ -1,5 +1,9 @@
 // nym status CODE [ARG...]: how the library reads a code, and its words with the arguments
-// inserted.
+// inserted. nym status --xml CODE [ARG...]: the status as an XML document.
+#include <xercesc/dom/DOM.hpp>
+#include <xercesc/framework/StdOutFormatTarget.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -31,12 +35,38 @@ bool parse_code(const std::string& text, unsigned int& code) {
   return true;
 }
 
+// The status written into a document of Xerces-C and printed as UTF-8.
+int print_xml(const nym::Nym_status& status) {
+  using namespace xercesc;
+  XMLPlatformUtils::Initialize();
+  {
+    DOMImplementationLS* ls = DOMImplementationRegistry::getDOMImplementation(u"LS");
+    DOMDocument* document = static_cast<DOMImplementation*>(ls)->createDocument(nullptr, u"Status", nullptr);
+    status.to_xml(document->getDocumentElement(), true);
+    DOMLSSerializer* serializer = ls->createLSSerializer();
+    DOMLSOutput* output = ls->createLSOutput();
+    StdOutFormatTarget target;
+    output->setByteStream(&target);
+    output->setEncoding(u"UTF-8");
+    serializer->write(document, output);
+    target.flush();
+    std::printf("\n");
+    output->release();
+    serializer->release();
+    document->release();
+  }
+  XMLPlatformUtils::Terminate();
+  return 0;
+}
+
 }  // namespace
 
-int run_status(const Words& words) {
+int run_status(const Words& all) {
+  const bool xml = !all.empty() && all[0] == "--xml";
+  const Words words(all.begin() + (xml ? 1 : 0), all.end());
   unsigned int code = 0;
   if (words.empty() || !parse_code(words[0], code) || words.size() > 9) {
-    std::fprintf(stderr, "usage: nym status CODE [ARG...]  (CODE decimal or 0x hex, at most 8 ARGs)\n");
+    std::fprintf(stderr, "usage: nym status [--xml] CODE [ARG...]  (CODE decimal or 0x hex, at most 8 ARGs)\n");
     return 2;
   }
   nym::Nym_status status(code);
@@ -45,6 +75,7 @@ int run_status(const Words& words) {
     nym::nym_string_append(wide, words[i].c_str());
     status.add_arg(nym::Nym_wstring_status_arg(wide));
   }
+  if (xml) return print_xml(status);
   std::printf("code:      0x%08X\n", code);
   std::printf("value:     0x%08X\n", status.value());
   std::printf("hresult:   0x%08X\n", status.hresult());

@@ -1,9 +1,9 @@
 # Runs the `nym` tool on each case of a table and checks its exit code and what it prints.
 #   cmake -DNYM=<nym.exe> -DEMULATOR=<runner or empty> -DCASES=<table> -DSAMPLES=<dir> -DWORK=<dir>
-#         -P tool_cases.cmake
+#         -DHELPER=<nym_test_helper.exe> -P tool_cases.cmake
 # A case is one line: the exit code, a regular expression that stdout and stderr together must
 # match, and the arguments (words as a shell splits them; @SAMPLES@ and @WORK@ name the sample
-# and scratch folders), separated by " | ". Cases run in order, so one may read what an earlier
+# and scratch folders, @HELPER@ the tests' helper program), separated by " | ". Cases run in order, so one may read what an earlier
 # one wrote. Lines starting with # are comments.
 cmake_minimum_required(VERSION 3.25)
 file(REMOVE_RECURSE "${WORK}")
@@ -23,6 +23,7 @@ foreach(line IN LISTS lines)
   string(STRIP "${CMAKE_MATCH_3}" words)
   string(REPLACE "@SAMPLES@" "${SAMPLES}" words "${words}")
   string(REPLACE "@WORK@" "${WORK}" words "${words}")
+  string(REPLACE "@HELPER@" "${HELPER}" words "${words}")
   separate_arguments(words UNIX_COMMAND "${words}")
   execute_process(COMMAND ${EMULATOR} ${NYM} ${words} RESULT_VARIABLE got_exit OUTPUT_VARIABLE out
                   ERROR_VARIABLE out TIMEOUT 60)

@@ -7,6 +7,7 @@
 #include "nym/string_basic.h"
 #include "nym/unicode.h"
 #include "nym/utf.h"
+#include "status/argument_text.h"
 #include "status/messages_platform.h"
 
 namespace nym {
@@ -28,23 +29,13 @@ const char* const VERSION_TEXT = "2208";
 // Who fills the global list: the first caller, once, even when threads race to it.
 std::mutex g_initialise_lock;
 
-// The text of an argument for a message. The text of a status never fails, so an argument
-// that cannot tell itself (a date moved out of its range) gets a fixed text instead.
-void argument_text(const Nym_status_arg& arg, Wstring& out) {
-  try {
-    arg.to_string(out);
-  } catch (...) {
-    out = u"(unprintable argument)";
-  }
-}
-
 // Eight insertion strings, always: marks beyond the arguments see empty text.
 struct Inserts {
   Wstring text[impl::MESSAGE_INSERTS];
 
   explicit Inserts(const Nym_status& status) {
     int i = 0;
-    for (const Nym_status_arg* arg : status) argument_text(*arg, text[i++]);
+    for (const Nym_status_arg* arg : status) impl::argument_text(*arg, text[i++]);
   }
 };
 
@@ -170,7 +161,7 @@ void Nym_messages_list::format_message(const Nym_status& status, Wstring& text) 
   for (const Nym_status_arg* arg : status) {
     text += W_COMMA;
     text += W_SPACE;
-    argument_text(*arg, arg_text);
+    impl::argument_text(*arg, arg_text);
     text += arg_text;
   }
 }

@@ -56,7 +56,7 @@ constexpr unsigned int NYM_S_UNKNOWN_EXCEPTION = 0xC200006Au;    // something ot
 constexpr unsigned int NYM_S_STD_EXCEPTION = 0xC200006Bu;        // a std::exception; its text is the argument
 
 // Base of a seek: 0 from the start, 1 from the position given, 2 from the end.
-enum Nym_seek_mode { NYM_SEEK_BEGIN = 0, NYM_SEEK_CURRENT = 1, NYM_SEEK_END = 2 };
+enum Nym_seek_mode : int { NYM_SEEK_BEGIN = 0, NYM_SEEK_CURRENT = 1, NYM_SEEK_END = 2 };
 
 // Checked position arithmetic: position + offset, kept within 0 to 0x7FFFFFFFFFFFFFFF.
 // Raises std::overflow_error "Stream position too large." or std::underflow_error

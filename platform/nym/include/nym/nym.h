@@ -7,6 +7,7 @@
 #include "nym/buffer.h"
 #include "nym/calendar_date.h"
 #include "nym/counted_ptr.h"
+#include "nym/crc.h"
 #include "nym/critical.h"
 #include "nym/cwstring.h"
 #include "nym/date.h"
@@ -28,6 +29,7 @@
 #include "nym/ostream.h"
 #include "nym/path.h"
 #include "nym/path_query.h"
+#include "nym/pipe.h"
 #include "nym/quote.h"
 #include "nym/raw_memory_buffer.h"
 #include "nym/read_write_semaphore.h"
@@ -38,6 +40,7 @@
 #include "nym/string_basic.h"
 #include "nym/string_buffer.h"
 #include "nym/sub_buffer.h"
+#include "nym/thread.h"
 #include "nym/time.h"
 #include "nym/time_period.h"
 #include "nym/time_zone.h"
@@ -50,10 +53,15 @@
 
 #if defined(_WIN32)
 #include "nym/acl.h"
+#include "nym/file.h"
+#include "nym/file_buffer.h"
 #include "nym/message_queue.h"
 #include "nym/mutex.h"
+#include "nym/process.h"
+#include "nym/registry.h"
 #include "nym/security.h"
 #include "nym/security_id.h"
+#include "nym/syslog.h"
 #endif
 
 #endif

@@ -14,6 +14,13 @@
 #include "nym/counted_ptr.h"
 #include "nym/status_arg.h"
 
+// Xerces-C's DOM node, declared so that this header needs no Xerces header: callers of to_xml
+// and from_xml include Xerces-C 3.2 themselves (the installed package carries it).
+namespace xercesc_3_2 {
+class DOMNode;
+}
+namespace xercesc = xercesc_3_2;
+
 namespace nym {
 
 // The library's facility, 0x200, in its place in a code (as facility() answers); its codes run
@@ -139,6 +146,21 @@ class NYM_API Nym_status {
   // Deep comparison: values, optionally the arguments pairwise and the chains.
   bool compare(const Nym_status& other, bool compare_args, bool compare_children) const;
 
+  // Writes this status into `element` (a DOMElement of the caller's document): attributes
+  // "value" and "origvalue" in decimal, one "Arg" child per argument (attributes "type" and
+  // "value"), then, with `children`, the chain as nested "ChildStatus" elements. A date and time
+  // is written in UTC. What Xerces-C throws goes through. Chains of any depth cost no stack.
+  void to_xml(xercesc::DOMNode* element, bool children) const;
+  // Reads an element written by to_xml into this status, adding to what it holds (call it on a
+  // clear status); a "ChildStatus" replaces the chain. Value and orig value are stored as read,
+  // not normalised. Integers come back with their format flag set, a null argument as an empty
+  // string, a time without microseconds, a date and time in UTC; a false bool is written as
+  // "false" but only an empty value reads as false. Raises std::runtime_error
+  // "Nym_status::from_xml() - Invalid XML format" for an argument it can't read (the ones read
+  // so far stay), and std::overflow_error "i64 too negative for u32" / "i64 too positive for
+  // u32" for a value out of range. Nesting of any depth costs no stack.
+  void from_xml(const xercesc::DOMNode* element);
+
   // The normalised form of a code. Facility 0x100 and up: the code as given. No facility: a
   // system number n becomes 0xC0000000 | n, whatever its top bits (0 stays 0). A facility below
   // 0x100 (an HRESULT's): 0xC0000000 | the low 28 bits for an error, else the low 28 bits
@@ -167,6 +189,12 @@ class NYM_API Nym_status {
   void assign_args(unsigned int code, const Nym_status_arg* const* given, unsigned always, unsigned total);
   void push_args(unsigned int code, const Nym_status_arg* const* given, unsigned always, unsigned total);
   static List_ptr new_list(const Nym_status_arg* const* given, unsigned always, unsigned total);
+  // One element of from_xml: an "Arg" read into the list (is_arg set; false when it can't be
+  // read), anything else left for the chain.
+  bool deserialize_arg(const xercesc::DOMNode* node, bool& is_arg);
+  // Makes a fresh child for a "ChildStatus" element, replacing the chain; answers whether it
+  // did, so that from_xml reads the element into it.
+  bool deserialize_child(const xercesc::DOMNode* node);
 
   unsigned int m_value = 0;
   unsigned int m_orig_value = 0;
