@@ -21,6 +21,7 @@
 #include "nym/file_system.h"
 #include "nym/interlocked.h"
 #include "nym/func_buffer.h"
+#include "nym/heap_buffer.h"
 #include "nym/ibyte_stream.h"
 #include "nym/istream.h"
 #include "nym/latch.h"
@@ -62,6 +63,7 @@
 #include "nym/security.h"
 #include "nym/security_id.h"
 #include "nym/syslog.h"
+#include "nym/system.h"
 #endif
 
 #endif
