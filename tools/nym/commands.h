@@ -32,6 +32,7 @@ int run_sid(const Words& words);
 int run_path(const Words& words);
 int run_run(const Words& words);
 int run_status(const Words& words);
+int run_sysinfo(const Words& words);
 
 }  // namespace nym_tool
 

@@ -36,6 +36,8 @@ const nym_tool::Command COMMANDS[] = {
     {"status", "nym status [--xml] CODE [ARG...]",
      "show a status code: normalised value, HRESULT, severity, facility and its words; or as XML",
      nym_tool::run_status},
+    {"sysinfo", "nym sysinfo",
+     "the processor: architecture, count, level, model, stepping and each capability", nym_tool::run_sysinfo},
 };
 
 void print_help() {
