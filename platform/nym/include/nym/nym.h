@@ -37,6 +37,7 @@
 #include "nym/stream_helpers.h"
 #include "nym/string_basic.h"
 #include "nym/string_buffer.h"
+#include "nym/string_match.h"
 #include "nym/sub_buffer.h"
 #include "nym/test_clock.h"
 #include "nym/thread.h"
