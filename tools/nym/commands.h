@@ -25,6 +25,8 @@ int run_convert(const Words& words);
 int run_crc(const Words& words);
 int run_date(const Words& words);
 int run_detect(const Words& words);
+int run_find(const Words& words);
+int run_ls(const Words& words);
 int run_reg(const Words& words);
 int run_sid(const Words& words);
 int run_path(const Words& words);

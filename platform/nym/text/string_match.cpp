@@ -23,9 +23,13 @@ struct Match_fold {
   }
 };
 
+[[noreturn]] __attribute__((noinline, cold)) void null_text(const char* what) {
+  throw std::invalid_argument(std::string(what) + " - null text.");
+}
+
 template <class T>
-const T* checked(const T* text, const char* what) {
-  if (text == nullptr) throw std::invalid_argument(std::string(what) + " - null text.");
+inline const T* checked(const T* text, const char* what) {
+  if (text == nullptr) null_text(what);
   return text;
 }
 

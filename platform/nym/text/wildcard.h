@@ -54,25 +54,27 @@ bool wildcard_match(const Wchar* text, const Wchar* pattern, Fold fold = Fold(),
   const Wchar* star_took = nullptr;   // where the last star's run ends so far
   for (;;) {
     step();
-    if (*t != 0 && *p == u'*') {
-      while (*p == u'*') ++p;
-      if (*p == 0) return true;
-      after_star = p;
-      star_took = t;
-      t = Walk::start_after_star(text, t);
-      continue;
-    }
-    if (*t != 0 && *p != 0) {
-      const Wchar* t_next = t;
-      const Wchar* p_next = p;
-      const std::uint32_t tc = Walk::next(t_next);
-      const std::uint32_t pc = Walk::next(p_next);
-      if (pc == u'?' || fold(tc) == fold(pc)) {
-        t = t_next;
-        p = p_next;
+    if (*t != 0) {
+      if (*p == u'*') {
+        while (*p == u'*') ++p;
+        if (*p == 0) return true;
+        after_star = p;
+        star_took = t;
+        t = Walk::start_after_star(text, t);
         continue;
       }
-    } else if (*t == 0) {
+      if (*p != 0) {
+        const Wchar* t_next = t;
+        const Wchar* p_next = p;
+        const std::uint32_t tc = Walk::next(t_next);
+        const std::uint32_t pc = Walk::next(p_next);
+        if (fold(tc) == fold(pc) || pc == u'?') {
+          t = t_next;
+          p = p_next;
+          continue;
+        }
+      }
+    } else {
       while (*p == u'*') ++p;
       if (*p == 0) return true;
     }

@@ -53,6 +53,7 @@
 
 #if defined(_WIN32)
 #include "nym/acl.h"
+#include "nym/directory.h"
 #include "nym/file.h"
 #include "nym/file_buffer.h"
 #include "nym/message_queue.h"
