@@ -35,7 +35,8 @@ void create_directories(const Wstring& path, Type_of type_of, Make make, Nym_sta
       status.assign(NYM_S_NOT_A_DIRECTORY, Nym_wstring_status_arg(asked));
       return;
     }
-    const Nym_path parent = dir.cd(W_DOTDOT);
+    Nym_path parent = dir;
+    parent.cd(W_DOTDOT);
     if (dir.levels() == 0 || (!parent.empty() && parent.levels() >= dir.levels())) {
       status.assign(NYM_S_ROOT_CREATE_FAILED, Nym_wstring_status_arg(static_cast<const Wstring&>(dir)));
       return;
