@@ -7,7 +7,7 @@
 #include <filesystem>
 
 #include "path_test_support.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 using namespace nym;
 using nym_test::as_path;

@@ -7,7 +7,6 @@
 #include "security_fixture.h"
 #include "test_helpers.h"
 #include "test_platform.h"
-#include "watchdog.h"
 
 using namespace nym;
 using nym_test::Answer;
@@ -133,7 +132,6 @@ TEST(GroupCacheTest, DomainGroupsComeFromTheControllerNamedAfterTheirDomain) {
 
 // A comparison that raises inside a look-up must give the lock back.
 TEST(GroupCacheTest, ALookUpThatRaisesReleasesTheLock) {
-  nym_test::Watchdog watchdog("ALookUpThatRaisesReleasesTheLock");
   Nym_acl_group_cache cache;
   std::vector<Nym_security_id> groups;
   Nym_status error;

@@ -8,7 +8,6 @@
 #include <thread>
 
 #include "nym/exception.h"
-#include "watchdog.h"
 
 using namespace nym;
 
@@ -62,7 +61,6 @@ TEST(ExceptionTranslatorFaultTest, InstallAnswersThePreviousTranslator) {
 }
 
 TEST(ExceptionTranslatorFaultTest, AccessViolationIsCaughtWithDestructorsRun) {
-  nym_test::Watchdog watchdog("AccessViolationIsCaughtWithDestructorsRun");
   in_translating_thread([] {
     int destroyed = 0;
     try {
@@ -85,7 +83,6 @@ TEST(ExceptionTranslatorFaultTest, AccessViolationIsCaughtWithDestructorsRun) {
 }
 
 TEST(ExceptionTranslatorFaultTest, IntegerDivisionByZeroIsCaught) {
-  nym_test::Watchdog watchdog("IntegerDivisionByZeroIsCaught");
   in_translating_thread([] {
     int destroyed = 0;
     try {
@@ -103,7 +100,6 @@ TEST(ExceptionTranslatorFaultTest, IntegerDivisionByZeroIsCaught) {
 }
 
 TEST(ExceptionTranslatorFaultTest, UnwindsThroughManyFramesAndRepeats) {
-  nym_test::Watchdog watchdog("UnwindsThroughManyFramesAndRepeats");
   in_translating_thread([] {
     for (int round = 0; round < 200; ++round) {
       int destroyed = 0;
@@ -137,7 +133,6 @@ TEST(ExceptionTranslatorFaultTest, DISABLED_ChildFaultsWithoutTheTranslator) {
 }
 
 TEST(ExceptionTranslatorFaultTest, LeftAloneWithoutTheTranslator) {
-  nym_test::Watchdog watchdog("LeftAloneWithoutTheTranslator");
   wchar_t self[MAX_PATH];
   ASSERT_NE(GetModuleFileNameW(nullptr, self, MAX_PATH), 0u);
   std::wstring command = L"\"" + std::wstring(self) +

@@ -51,35 +51,14 @@ TEST(SysCallFailTest, NamesTheCall) {
   EXPECT_STREQ(b.what(), "::CreateEvent");
 }
 
-TEST(SystemExceptionTest, DefaultHasEmptyTextAndCodeZero) {
-  const Nym_system_exception e;
-  EXPECT_STREQ(e.what(), "");
-  EXPECT_EQ(e.code(), 0u);
-  const Nym_rpc_exception r;
-  EXPECT_STREQ(r.what(), "");
-  EXPECT_EQ(r.code(), 0u);
-}
-
-TEST(SystemExceptionTest, NullRecordGivesEmptyText) {
+TEST(SystemExceptionTest, WithoutARecordTheTextIsEmptyAndTheCodeZero) {
   _EXCEPTION_POINTERS pointers{};
-  const Nym_system_exception e(&pointers, true);
-  EXPECT_STREQ(e.what(), "");
-  EXPECT_EQ(e.code(), 0u);
-  const Nym_system_exception n(nullptr, false);
-  EXPECT_STREQ(n.what(), "");
+  const Nym_system_exception cases[] = {Nym_system_exception(), Nym_rpc_exception(),
+                                        Nym_system_exception(&pointers, true), Nym_system_exception(nullptr, false)};
+  for (const auto& e : cases) EXPECT_TRUE(std::string(e.what()).empty() && e.code() == 0u);
 }
 
-TEST(SystemExceptionTest, AccessViolationHasTwoDescriptionLines) {
-  Record r(0xC0000005u, 0x401234, 0x10);
-  const Nym_system_exception e(r.get(), false);
-  EXPECT_EQ(e.code(), 0xC0000005u);
-  EXPECT_EQ(std::string(e.what()), ACCESS_TEXT +
-                                       "The memory address accessed is 0x00000010.\r\n"
-                                       "Exception code is 0xc0000005.\r\n"
-                                       "Error occured at address 0x0000000000401234.\r\n");
-}
-
-TEST(SystemExceptionTest, AccessedAddressIsNotCut) {
+TEST(SystemExceptionTest, AnAccessedAddressIsNotCut) {
   Record r(0xC0000005u, 0x7FF6B2C41234ull, 0x7FF612345678ull);
   const std::string text = Nym_system_exception(r.get(), false).what();
   EXPECT_NE(text.find("The memory address accessed is 0x7ff612345678.\r\n"), std::string::npos) << text;
@@ -105,37 +84,17 @@ TEST_P(SystemExceptionTableTest, DescribesEachCodeOfTheTable) {
   EXPECT_EQ(text.find(UNKNOWN_TEXT), std::string::npos);
 }
 
+// The first words of a few codes of the table, at both ends and in the middle.
 INSTANTIATE_TEST_SUITE_P(
     Codes, SystemExceptionTableTest,
     testing::Values(
         Table_case{0x80000002u, "The thread attempted to read or write data that is misaligned on hardware that "
                                 "does not provide alignment. For example, 16-bit values must be aligned on 2-byte "
                                 "boundaries, 32-bit values on 4-byte boundaries, and so on.\r\n"},
-        Table_case{0x80000003u, "A breakpoint was encountered.\r\n"},
-        Table_case{0x80000004u, "A trace trap or other single-instruction mechanism signaled that one instruction "
-                                "has been executed.\r\n"},
         Table_case{0xC0000025u, "The thread attempted to continue execution after a noncontinuable exception "
                                 "occurred.\r\n"},
-        Table_case{0xC000008Cu, "The thread attempted to access an array element that is out of bounds, and the "
-                                "underlying hardware supports bounds checking.\r\n"},
-        Table_case{0xC000008Du, "One of the operands in a floating-point operation is denormal. A denormal value "
-                                "is one that is too small to represent as a standard floating-point value.\r\n"},
-        Table_case{0xC000008Eu, "The thread attempted to divide a floating-point value by a floating-point divisor "
-                                "of zero.\r\n"},
-        Table_case{0xC000008Fu, "The result of a floating-point operation cannot be represented exactly as a "
-                                "decimal fraction.\r\n"},
-        Table_case{0xC0000090u, "This exception represents any floating-point exception not included in this "
-                                "list.\r\n"},
-        Table_case{0xC0000091u, "The exponent of a floating-point operation is greater than the magnitude allowed "
-                                "by the corresponding type.\r\n"},
         Table_case{0xC0000092u, "The stack overflowed or underflowed as the result of a floating-point "
                                 "operation.\r\n"},
-        Table_case{0xC0000093u, "The exponent of a floating-point operation is less than the magnitude allowed by "
-                                "the corresponding type.\r\n"},
-        Table_case{0xC0000094u, "The thread attempted to divide an integer value by an integer divisor of "
-                                "zero.\r\n"},
-        Table_case{0xC0000095u, "The result of an integer operation caused a carry out of the most significant bit "
-                                "of the result.\r\n"},
         Table_case{0xC0000096u, "The thread attempted to execute an instruction whose operation is not allowed in "
                                 "the current machine mode.\r\n"}));
 

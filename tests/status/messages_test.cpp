@@ -12,7 +12,6 @@
 #include "nym/messages.h"
 #include "test_helpers.h"
 #include "test_platform.h"
-#include "watchdog.h"
 
 using namespace nym;
 using nym_test::utf8;
@@ -91,7 +90,6 @@ TEST(MessagesTest, AFileThatDoesNotLoadIsNeverListed) {
 }
 
 TEST(MessageLookupTest, FillsTheGlobalListOnceWhoeverComesFirst) {
-  const nym_test::Watchdog watchdog("MessageLookupTest");
   // The second family does not exist: the run stops there, and the third is never tried.
   const std::vector<Nstring> families = {"nymtesta", "nosuchfamily", "nymtestb"};
   constexpr int THREADS = 8;

@@ -43,45 +43,28 @@ long allocations_during(void (*work)()) {
 // The volatile store keeps the optimiser from eliding the new/delete pair.
 int* volatile g_sink = nullptr;
 
-TEST(StatusAllocationTest, CounterSeesAnAllocation) {
+TEST(StatusAllocationTest, TheSuccessPathAllocatesNothing) {
   EXPECT_GE(allocations_during([] {
-              g_sink = new int(1);
+              g_sink = new int(1);  // the counter sees an allocation
               delete g_sink;
             }),
             1);
-}
-
-TEST(StatusAllocationTest, SuccessPathAllocatesNothing) {
   EXPECT_EQ(allocations_during([] {
               Nym_status status;
-              EXPECT_TRUE(status.ok());
-              EXPECT_TRUE(status.is_clear());
-              EXPECT_EQ(status.begin(), status.end());
-            }),
-            0);
-}
-
-TEST(StatusAllocationTest, CodeWithoutArgumentsAllocatesNothing) {
-  EXPECT_EQ(allocations_during([] {
-              Nym_status status;
+              EXPECT_TRUE(status.ok() && status.is_clear() && status.begin() == status.end());
               status = 5;
               Nym_status copy(status);
-              EXPECT_TRUE(copy == 5);
-              EXPECT_EQ(copy.hresult(), 0x80000005u);
+              EXPECT_TRUE(copy == 5 && copy.hresult() == 0x80000005u);
               status.clear();
             }),
             0);
-}
-
 #if !defined(_WIN32)
-TEST(StatusAllocationTest, ArgumentsAndPushAllocate) {
-  // One argument: the list, its use count and the clone.
+  // One argument: the list, its use count and the clone; a push: a node and its use count.
   EXPECT_EQ(allocations_during([] { Nym_status s(1, Nym_int_status_arg(1)); }), 3);
-  // A push adds a node and its use count.
   EXPECT_EQ(allocations_during([] {
               Nym_status s(1);
               s.push(2);
             }),
             2);
-}
 #endif
+}

@@ -6,7 +6,6 @@
 
 #include "nym/event.h"
 #include "test_helpers.h"
-#include "watchdog.h"
 
 using namespace nym;
 using nym_test::what_of;
@@ -27,7 +26,6 @@ TEST(EventTest, ManualEventStaysSignalledUntilResetAndAutoResetOneLookPerSignal)
 
 // One signal of a manual event releases all waiters; an auto-reset event needs one per waiter.
 TEST(EventTest, WaitersPassOnePerSignalOnlyWhereTheEventResetsItself) {
-  nym_test::Watchdog watchdog("WaitersPassOnePerSignalOnlyWhereTheEventResetsItself");
   Nym_event manual, automatic(false, nullptr, true);
   std::atomic<int> passed{0};
   std::vector<std::thread> waiters;

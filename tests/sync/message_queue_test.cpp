@@ -6,7 +6,6 @@
 
 #include "nym/message_queue.h"
 #include "test_helpers.h"
-#include "watchdog.h"
 
 using namespace nym;
 using nym_test::what_of;
@@ -40,7 +39,6 @@ TEST(MessageQueueTest, MessagesComeBackInOrderWithTheirThreeValues) {
 // Readers waiting without limit get every message once, each in the order of posting, and none
 // wakes with nothing; a stop message per reader ends them.
 TEST(MessageQueueTest, WaitingReadersShareTheMessagesInOrder) {
-  nym_test::Watchdog watchdog("WaitingReadersShareTheMessagesInOrder", std::chrono::seconds(120));
   constexpr unsigned int MESSAGES = 5000, STOP = 0xFFFFFFFFu;
   Nym_message_queue queue;
   struct Seen {

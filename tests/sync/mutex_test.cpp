@@ -11,7 +11,6 @@
 #include "helper_process.h"
 #include "nym/mutex.h"
 #include "test_helpers.h"
-#include "watchdog.h"
 
 using namespace nym;
 using nym_test::elsewhere;
@@ -33,7 +32,6 @@ bool try_lock_elsewhere(Nym_mutex& mutex) {
 }  // namespace
 
 TEST(MutexTest, HeldRecursivelyByOneThreadAndFreedWhenItsHolderEnds) {
-  nym_test::Watchdog watchdog("HeldRecursivelyByOneThreadAndFreedWhenItsHolderEnds");
   Nym_mutex mutex;
   mutex.unlock();  // not held: harmless
   mutex.lock();
@@ -52,7 +50,6 @@ TEST(MutexTest, HeldRecursivelyByOneThreadAndFreedWhenItsHolderEnds) {
 }
 
 TEST(MutexTest, ObjectsOfOneNameAreOneMutex) {
-  nym_test::Watchdog watchdog("ObjectsOfOneNameAreOneMutex");
   const Wstring name = unique_name("one-name-");
   Nym_mutex first(name, true, nullptr);
   Nym_mutex second(name, false, nullptr);
@@ -72,7 +69,6 @@ TEST(MutexTest, ObjectsOfOneNameAreOneMutex) {
 // The helper opens the test's mutex by name and finds it held, says so through an event of the
 // test's, then takes it once the test lets go and holds it until the test signals another.
 TEST(MutexTest, ANamedMutexAndEventsAreSharedWithAnotherProcess) {
-  nym_test::Watchdog watchdog("ANamedMutexAndEventsAreSharedWithAnotherProcess", std::chrono::seconds(90));
   const Wstring name = unique_name("cross-process-");
   Nym_mutex mutex(name, true, nullptr);
   Nym_event ready(false, nullptr, true), release;

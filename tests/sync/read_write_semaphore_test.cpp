@@ -8,7 +8,6 @@
 #include "elsewhere.h"
 #include "helper_process.h"
 #include "test_helpers.h"
-#include "watchdog.h"
 
 using namespace nym;
 using nym_test::can_read_elsewhere;
@@ -22,7 +21,6 @@ const char* const NO_WRITE_LOCK = "Nym_read_write_semaphore::write_unlock - ther
 }  // namespace
 
 TEST(ReadWriteSemaphoreTest, EachHoldNeedsItsOwnUnlock) {
-  nym_test::Watchdog watchdog("EachHoldNeedsItsOwnUnlock");
   Nym_read_write_semaphore rw;
   rw.read_lock();
   rw.read_lock();
@@ -48,7 +46,6 @@ TEST(ReadWriteSemaphoreTest, EachHoldNeedsItsOwnUnlock) {
 // The writer may read, and keeps reading once it write-unlocks (others may join, not write);
 // the sole reader may write, and keeps its reads.
 TEST(ReadWriteSemaphoreTest, TheWriterMayDowngradeAndTheSoleReaderUpgrade) {
-  nym_test::Watchdog watchdog("TheWriterMayDowngradeAndTheSoleReaderUpgrade");
   Nym_read_write_semaphore rw;
   rw.write_lock();
   EXPECT_TRUE(rw.try_read_lock());
@@ -73,7 +70,6 @@ TEST(ReadWriteSemaphoreTest, TheWriterMayDowngradeAndTheSoleReaderUpgrade) {
 
 // A writer waits for the last reader, while readers that come meanwhile get in.
 TEST(ReadWriteSemaphoreTest, AWaitingWriterDoesNotStopNewReaders) {
-  nym_test::Watchdog watchdog("AWaitingWriterDoesNotStopNewReaders");
   Nym_read_write_semaphore rw;
   std::atomic<bool> written{false};
   std::thread writer;
@@ -99,7 +95,6 @@ TEST(ReadWriteSemaphoreTest, TwoReadersThatBothUpgradeWaitForEver) {
 // Readers (some recursive) and writers (some downgrading) at once: a reader never sees the two
 // halves of the value differ, which a writer makes equal again before it lets go.
 TEST(ReadWriteSemaphoreTest, StressReadersNeverSeeAHalfMadeWrite) {
-  nym_test::Watchdog watchdog("StressReadersNeverSeeAHalfMadeWrite", std::chrono::seconds(180));
   constexpr int ROUNDS = 2000;
   Nym_read_write_semaphore rw;
   Nym_event go;

@@ -13,7 +13,6 @@
 
 #include "nym/semaphore.h"
 #include "test_helpers.h"
-#include "watchdog.h"
 
 using namespace nym;
 using nym_test::what_of;
@@ -68,7 +67,6 @@ TEST(SemaphoreTest, GiveBackPastTheMaximumIsRefusedWhateverItsSize) {
 
 // Waiting for more units than are free, over a second, takes next to no processor time.
 TEST(SemaphoreTest, AWaiterForMoreThanIsFreeSleeps) {
-  nym_test::Watchdog watchdog("AWaiterForMoreThanIsFreeSleeps");
   const auto start = std::chrono::steady_clock::now();
   for (const auto busy = thread_cpu_time(); thread_cpu_time() - busy < milliseconds(20);) {
     if (std::chrono::steady_clock::now() - start > std::chrono::seconds(2)) GTEST_SKIP() << "no thread CPU clock here";
@@ -92,7 +90,6 @@ TEST(SemaphoreTest, AWaiterForMoreThanIsFreeSleeps) {
 // Threads taking different amounts at once never have more than the maximum out, and none is
 // left asleep while enough units are free (the run would stop).
 TEST(SemaphoreTest, MixedAmountsStayWithinTheMaximumAndAllFinish) {
-  nym_test::Watchdog watchdog("MixedAmountsStayWithinTheMaximumAndAllFinish", std::chrono::seconds(120));
   constexpr unsigned int MAXIMUM = 5;
   Nym_semaphore semaphore(MAXIMUM, MAXIMUM);
   Nym_event go;

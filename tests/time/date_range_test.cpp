@@ -1,32 +1,19 @@
-// Every day of the legal range, both ways, against an independent computation: Howard
-// Hinnant's days_from_civil (public domain, http://howardhinnant.github.io/date_algorithms.html)
-// on astronomical years, and a day-by-day walk of the calendar written here.
+// Every day of the legal range, both ways, against two independent computations: Howard
+// Hinnant's days_from_civil on astronomical years (civil_days.h), and a day-by-day walk of the
+// calendar written here.
 #include <gtest/gtest.h>
 
 #include <string>
 
+#include "civil_days.h"
 #include "nym/date.h"
 
 using namespace nym;
+using namespace nym_test;
 
 namespace {
 
-// Days since 1970-01-01 of a proleptic Gregorian date, astronomical year numbering.
-long long days_from_civil(long long y, unsigned m, unsigned d) {
-  y -= m <= 2;
-  const long long era = (y >= 0 ? y : y - 399) / 400;
-  const unsigned yoe = static_cast<unsigned>(y - era * 400);
-  const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-  const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-  return era * 146097 + static_cast<long long>(doe) - 719468;
-}
-
-// 0 for Sunday.
-unsigned weekday_from_days(long long z) { return static_cast<unsigned>(z >= -4 ? (z + 4) % 7 : (z + 5) % 7 + 6); }
-
 bool astronomical_leap(long long y) { return y % 4 == 0 && (y % 100 != 0 || y % 400 == 0); }
-
-constexpr long long JULIAN_DAY_OF_1970 = 2440588;
 
 }  // namespace
 

@@ -12,6 +12,10 @@ using Words = std::vector<std::string>;
 
 // UTF-16 text of the library as UTF-8 for the console.
 std::string utf8(const std::u16string& text);
+// UTF-8 words of the command line as the library's text.
+std::u16string wide(const std::string& utf8);
+// The whole file, or false with errno's text in `error`.
+bool read_whole_file(const std::string& path, std::string& bytes, std::string& error);
 
 struct Command {
   const char* name;

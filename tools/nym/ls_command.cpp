@@ -13,12 +13,6 @@ namespace nym_tool {
 
 namespace {
 
-nym::Wstring wide(const std::string& utf8) {
-  nym::Wstring text;
-  nym::nym_string_append(text, utf8.c_str());
-  return text;
-}
-
 // A scan that found no entry for the mask (the system's 2) is an empty listing, not a failure.
 bool failed(const nym::Nym_directory_iterator& it) {
   return it.status().is_error() && !it.status().contains_value(2);

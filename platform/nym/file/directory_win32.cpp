@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "file/directory_platform.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 namespace nym::impl {
 

@@ -2,8 +2,8 @@
 
 #include <stdexcept>
 
-#include "nym/exception.h"
 #include "nym/message_queue.h"
+#include "nym/exception.h"
 
 namespace nym {
 

@@ -1,5 +1,7 @@
 #include "nym/time_period.h"
 
+#include <sys/time.h>
+
 #include <cstdio>
 
 #include "nym/cwstring.h"

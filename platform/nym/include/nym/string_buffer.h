@@ -38,6 +38,7 @@ class NYM_API Nym_string_buffer : public Nym_buffer {
 
  private:
   static const void* string_bytes(const Nym_buffer& store, uint64& size);
+  static void* string_resize(Nym_buffer& store, uint64 units);
   Nstring& m_string;
   bool m_no_limit;
 };

@@ -16,9 +16,11 @@
 #include <cstdint>
 #include <stdexcept>
 
-#include <sys/time.h>  // struct timeval; mingw's is the one <winsock2.h> shares
-
 #include "nym/types.h"
+
+// The C run-time's struct timeval, by name only: include <sys/time.h> (on Windows it is also
+// the one <winsock2.h> declares) to use the conversions.
+struct timeval;
 
 namespace nym {
 
