@@ -21,7 +21,6 @@
 #if defined(_WIN32)
 #include <windows.h>
 
-#include "nym/directory.h"
 #include "nym/file.h"
 #include "nym/mutex.h"
 #include "nym/utf.h"
@@ -228,22 +227,6 @@ int file_lock_try(const Args& args) {
                     *status.child() == ERROR_LOCK_VIOLATION;
   return held ? 1 : 11;
 }
-
-// temp-directory <expected>: Nym_directory::temp_directory() is <expected>, and is still the
-// same text in the same place after QX_TMP changes. Exit codes: 1 another answer (printed);
-// 3 the answer moved.
-int temp_directory(const Args& args) {
-  const nym::Wstring& first = nym::Nym_directory::temp_directory();
-  nym::Nstring got;
-  nym::nym_utf16_to_utf8(first.c_str(), got);
-  if (got != args[0]) {
-    std::printf("temp_directory: \"%s\"\n", got.c_str());
-    return 1;
-  }
-  _wputenv(L"QX_TMP=C:\\elsewhere");
-  const nym::Wstring& second = nym::Nym_directory::temp_directory();
-  return &second == &first && second == first ? 0 : 3;
-}
 #endif
 
 struct Command {
@@ -264,7 +247,6 @@ const Command COMMANDS[] = {
     {"file-lock-hold", 6, file_lock_hold,
      "file-lock-hold <path> <shared|exclusive> <start> <length> <ready-handle> <release-handle>"},
     {"file-lock-try", 4, file_lock_try, "file-lock-try <path> <shared|exclusive> <start> <length>"},
-    {"temp-directory", 1, temp_directory, "temp-directory <expected>"},
 #endif
 };
 

@@ -15,11 +15,10 @@ int run_find(const Words& words) {
     std::fprintf(stderr, "usage: nym find NAME [SEARCHPATH]\n");
     return 2;
   }
-  nym::Wstring name;
+  const nym::Wstring name = wide(words[0]);
   nym::Wstring search_path;
-  nym::nym_string_append(name, words[0].c_str());
   if (words.size() == 2) {
-    nym::nym_string_append(search_path, words[1].c_str());
+    search_path = wide(words[1]);
   } else {
     nym::nym_get_path(search_path);
   }

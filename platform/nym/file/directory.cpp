@@ -332,17 +332,18 @@ unsigned int Nym_directory::count_files(const Wstring& path, Nym_status& status,
   return count;
 }
 
+Nym_path impl::nym_temp_directory_chain() {
+  Wstring value;
+  if (!(impl::environment_value(u"QX_TMP", value) && !value.empty()) &&
+      !(impl::environment_value(u"TMP", value) && !value.empty()) && !impl::default_user_temp(value)) {
+    return Nym_path(u'C', W_EMPTY, W_EMPTY);
+  }
+  return Nym_path(value, W_EMPTY);
+}
+
 const Wstring& Nym_directory::temp_directory() {
   static std::once_flag once;
-  std::call_once(once, [] {
-    Wstring value;
-    if (!(impl::environment_value(u"QX_TMP", value) && !value.empty()) &&
-        !(impl::environment_value(u"TMP", value) && !value.empty()) && !impl::default_user_temp(value)) {
-      m_temp_dir_p = new Nym_path(u'C', W_EMPTY, W_EMPTY);
-      return;
-    }
-    m_temp_dir_p = new Nym_path(value, W_EMPTY);
-  });
+  std::call_once(once, [] { m_temp_dir_p = new Nym_path(impl::nym_temp_directory_chain()); });
   return *m_temp_dir_p;
 }
 

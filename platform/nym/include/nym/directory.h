@@ -169,6 +169,9 @@ namespace impl {
 using Nym_entry_attributes = unsigned int (*)(const Wstring& path, unsigned int attributes);
 NYM_API Nym_entry_attributes nym_set_entry_attributes(Nym_entry_attributes filter);
 
+// The temporary directory's chain as it reads now, without settling it for the process.
+NYM_API Nym_path nym_temp_directory_chain();
+
 }  // namespace impl
 
 }  // namespace nym
