@@ -25,7 +25,8 @@ int main() {
   Nym_status counted;
   check(Nym_directory::count_files(top + u"src", counted, u"*", false) == 3, "two files, one directory");
 
-  // A tree copy; into its own subtree it is refused instead of running for ever.
+  // A tree copy into a directory that exists; into its own subtree it is refused.
+  Nym_directory::create(top + u"copy", status);
   Nym_file::copy_files(top + u"src", u"*", top + u"copy", true, false, status);
   check(status.ok() && nym_type(top + u"copy\\deep\\c.txt") == NYM_TYPE_FILE, "tree copied");
   Nym_file::copy_files(top + u"src", u"*", top + u"src\\deep\\again", true, false, status);
