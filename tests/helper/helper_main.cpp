@@ -20,9 +20,9 @@
 
 #if defined(_WIN32)
 #include <windows.h>
-#include <tlhelp32.h>
 
 #include "nym/file.h"
+#include "resource_count.h"
 #include "nym/mutex.h"
 #include "nym/utf.h"
 #endif
@@ -228,57 +228,37 @@ int file_lock_try(const Args& args) {
                     *status.child() == ERROR_LOCK_VIOLATION;
   return held ? 1 : 11;
 }
-// The threads of this process now.
-int thread_count() {
-  const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
-  if (snapshot == INVALID_HANDLE_VALUE) return -1;
-  THREADENTRY32 entry = {};
-  entry.dwSize = sizeof entry;
-  int count = 0;
-  for (BOOL more = Thread32First(snapshot, &entry); more; more = Thread32Next(snapshot, &entry)) {
-    if (entry.th32OwnerProcessID == GetCurrentProcessId()) ++count;
-  }
-  CloseHandle(snapshot);
-  return count;
-}
 
 int __cdecl own_new_handler(size_t) { return 0; }
 
-// load-unload <copy-path>: copies the library this helper uses to <copy-path> and loads and
-// unloads the copy (a second instance, with start-up and shut-down of its own), with new-mode 0
-// and a handler of this helper's in place. Exit codes: 10 the copy or load failed; 11 loading
-// did not set new-mode 1 and a handler of the library's; 12 unloading did not put back the
-// mode and this helper's handler; 13 the copy stayed loaded; 14 a thread was left behind.
+// load-unload <copy-path>: loads and unloads a copy of nym2208.dll (a second instance) over
+// new-mode 0 and a handler of this helper's. Exit codes: 10 no copy or load; 11 load didn't set
+// mode 1 and its handler; 12 unload didn't put them back or left the copy; 13 a thread stayed.
 int load_unload(const Args& args) {
   using Handler = int(__cdecl*)(size_t);
-  HMODULE crt = GetModuleHandleW(L"msvcrt.dll");
+  const HMODULE crt = GetModuleHandleW(L"msvcrt.dll");
   auto find = [crt](const char* name) { return reinterpret_cast<void*>(GetProcAddress(crt, name)); };
   auto set_mode = reinterpret_cast<int(__cdecl*)(int)>(find("?_set_new_mode@@YAHH@Z"));
   auto query_mode = reinterpret_cast<int(__cdecl*)()>(find("?_query_new_mode@@YAHXZ"));
   auto set_handler = reinterpret_cast<Handler(__cdecl*)(Handler)>(find("?_set_new_handler@@YAP6AH_K@ZP6AH0@Z@Z"));
   auto query_handler = reinterpret_cast<Handler(__cdecl*)()>(find("?_query_new_handler@@YAP6AH_K@ZXZ"));
-  if (set_mode == nullptr || query_mode == nullptr || set_handler == nullptr || query_handler == nullptr) return 10;
   wchar_t original[MAX_PATH];
-  if (GetModuleFileNameW(GetModuleHandleW(L"nym2208.dll"), original, MAX_PATH) == 0) return 10;
-  nym::Wstring copy_name;
-  nym::nym_utf8_to_utf16(args[0].c_str(), copy_name);
-  const std::wstring copy(copy_name.begin(), copy_name.end());
-  if (!CopyFileW(original, copy.c_str(), FALSE)) return 10;
+  const std::wstring copy(args[0].begin(), args[0].end());  // the test passes an ASCII path
+  if (!set_mode || !query_mode || !set_handler || !query_handler ||
+      !GetModuleFileNameW(GetModuleHandleW(L"nym2208.dll"), original, MAX_PATH) ||
+      !CopyFileW(original, copy.c_str(), FALSE)) {
+    return 10;
+  }
   set_mode(0);
   set_handler(own_new_handler);
-  const int threads = thread_count();
-  HMODULE library = LoadLibraryW(copy.c_str());
-  if (library == nullptr) return 10;
-  const bool loaded_right = query_mode() == 1 && query_handler() != own_new_handler;
-  FreeLibrary(library);
-  const bool still_there = GetModuleHandleW(copy.c_str()) != nullptr;
-  const bool restored = query_mode() == 0 && query_handler() == own_new_handler;
-  const int threads_after = thread_count();
+  const nym_test::Resource_count before = nym_test::count_resources();
+  const HMODULE library = LoadLibraryW(copy.c_str());
+  const bool loaded_right = library != nullptr && query_mode() == 1 && query_handler() != own_new_handler;
+  if (library != nullptr) FreeLibrary(library);
+  const bool restored = query_mode() == 0 && query_handler() == own_new_handler && !GetModuleHandleW(copy.c_str());
+  const nym_test::Resource_count after = nym_test::count_resources();
   DeleteFileW(copy.c_str());
-  if (!loaded_right) return 11;
-  if (!restored) return 12;
-  if (still_there) return 13;
-  return threads_after == threads ? 0 : 14;
+  return library == nullptr ? 10 : !loaded_right ? 11 : !restored ? 12 : after.threads != before.threads ? 13 : 0;
 }
 
 #endif

@@ -1,13 +1,12 @@
 // The heap buffer's pages and swap files on Windows: VirtualAlloc pages (64 KiB is the
-// system's allocation grain) and a Nym_file read and written through OVERLAPPED offsets.
+// system's allocation grain) and a Nym_file under a temporary name, read and written through
+// OVERLAPPED offsets.
 #include <windows.h>
 
-#include <atomic>
-#include <cstdio>
+#include <memory>
 
 #include "file/heap_swap.h"
 #include "nym/file.h"
-#include "base/win32_wide.h"
 
 namespace nym::impl {
 
@@ -17,37 +16,16 @@ void heap_page_free(void* page) noexcept {
   if (page != nullptr) VirtualFree(page, 0, MEM_RELEASE);
 }
 
-namespace {
-
-// The temporary directory the system names, with its closing backslash; empty if it names none.
-Wstring system_temp_directory() {
-  wchar_t path[MAX_PATH + 2];
-  const DWORD n = GetTempPathW(MAX_PATH + 1, path);
-  if (n == 0 || n > MAX_PATH + 1) return Wstring();
-  return Wstring(reinterpret_cast<const Wchar*>(path), n);
-}
-
-std::atomic<unsigned int> g_swap_serial{0};
-
-}  // namespace
-
 void* heap_swap_open(const Wstring& directory, Nym_status& status) {
-  Wstring folder = directory.empty() ? system_temp_directory() : directory;
-  if (!folder.empty() && folder.back() != u'\\' && folder.back() != u'/') folder += u'\\';
-  auto* file = new Nym_file;
-  // A fresh name each time; an existing file of the name is never replaced, the next name is tried.
-  for (int attempt = 0; attempt < 16; ++attempt) {
-    char name[48];
-    std::snprintf(name, sizeof name, "nym%lx-%x.hbp", static_cast<unsigned long>(GetCurrentProcessId()),
-                  g_swap_serial.fetch_add(1) + 1);
-    Wstring path = folder;
-    for (const char* c = name; *c != '\0'; ++c) path += static_cast<Wchar>(*c);
-    file->open(path, NYM_FILE_CREATE_NEW, NYM_ACCESS_READ_WRITE, NYM_FILE_RANDOM_ACCESS | NYM_FILE_DELETE_ON_CLOSE,
-               0, status);
-    if (file->is_open()) return file;
+  static const Wstring HBP = u"hbp";
+  std::unique_ptr<Nym_file> file(new Nym_file);
+  // A name nothing lies at, created new: never replace a file another process took meanwhile.
+  for (int attempt = 0; attempt < 8; ++attempt) {
+    file->open(Nym_file::temp_name(directory, HBP), NYM_FILE_CREATE_NEW, NYM_ACCESS_READ_WRITE,
+               NYM_FILE_RANDOM_ACCESS | NYM_FILE_DELETE_ON_CLOSE, 0, status);
+    if (file->is_open()) return file.release();
     if (!status.contains_value(ERROR_FILE_EXISTS) && !status.contains_value(ERROR_ALREADY_EXISTS)) break;
   }
-  delete file;
   return nullptr;
 }
 
