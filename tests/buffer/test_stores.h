@@ -89,11 +89,13 @@ class Open : public Store {
   std::atomic<bool> m_hold{false};
 };
 
-// Gives at most `step` bytes a read (0 makes a broken store that gives nothing and no error).
+// Gives at most `step` bytes a read (0 makes a broken store that gives nothing and no error),
+// claims `extra` bytes more than it gave, and fails with a read error from `fail_at` on.
 class Trickle_functor : public nym::Nym_buffer_functor {
  public:
-  Trickle_functor(std::string bytes, uint64 step, std::atomic<int>* destroyed = nullptr)
-      : m_bytes(std::move(bytes)), m_step(step), m_destroyed(destroyed) {}
+  Trickle_functor(std::string bytes, uint64 step, std::atomic<int>* destroyed = nullptr, uint64 extra = 0,
+                  uint64 fail_at = ~uint64{0})
+      : m_bytes(std::move(bytes)), m_step(step), m_destroyed(destroyed), m_extra(extra), m_fail_at(fail_at) {}
   ~Trickle_functor() override {
     if (m_destroyed != nullptr) ++*m_destroyed;
   }
@@ -105,10 +107,14 @@ class Trickle_functor : public nym::Nym_buffer_functor {
       status = nym::NYM_S_END_OF_DATA;
       return 0;
     }
-    const uint64 n = std::min({count, m_step, static_cast<uint64>(m_bytes.size() - position)});
+    if (static_cast<uint64>(position) >= m_fail_at) {
+      status = nym::NYM_S_READ_FAILED;
+      return 0;
+    }
+    const uint64 n = std::min({count, m_step, static_cast<uint64>(m_bytes.size() - position), m_fail_at - position});
     std::memcpy(data, m_bytes.data() + position, n);
     position += static_cast<int64>(n);
-    return n;
+    return n + m_extra;
   }
   int64 size() override { return static_cast<int64>(m_bytes.size()); }
   void truncate(int64 size, nym::Nym_status& status) override {
@@ -122,11 +128,14 @@ class Trickle_functor : public nym::Nym_buffer_functor {
   std::string m_bytes;
   uint64 m_step;
   std::atomic<int>* m_destroyed;
+  uint64 m_extra;
+  uint64 m_fail_at;
 };
 
 // A store of fixed bytes read through a function store, `step` bytes a read.
-inline std::unique_ptr<nym::Nym_func_buffer> trickle(const std::string& bytes, uint64 step) {
-  return std::make_unique<nym::Nym_func_buffer>(new Trickle_functor(bytes, step));
+inline std::unique_ptr<nym::Nym_func_buffer> trickle(const std::string& bytes, uint64 step, uint64 extra = 0,
+                                                     uint64 fail_at = ~uint64{0}) {
+  return std::make_unique<nym::Nym_func_buffer>(new Trickle_functor(bytes, step, nullptr, extra, fail_at));
 }
 
 // Spins (yielding) until `condition` holds; the watchdog ends a test that would wait for ever.
