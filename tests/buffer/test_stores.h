@@ -102,6 +102,7 @@ class Trickle_functor : public nym::Nym_buffer_functor {
   uint64 read(bool wait, int64& position, uint64 count, void* data, nym::Nym_status& status) override {
     status.clear();
     last_wait = wait;
+    ++reads;
     if (m_step == 0) return 0;
     if (position < 0 || position >= static_cast<int64>(m_bytes.size())) {
       status = nym::NYM_S_END_OF_DATA;
@@ -123,6 +124,7 @@ class Trickle_functor : public nym::Nym_buffer_functor {
   }
   const std::string& bytes() const { return m_bytes; }
   bool last_wait = false;
+  int reads = 0;
 
  private:
   std::string m_bytes;
