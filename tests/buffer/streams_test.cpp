@@ -53,26 +53,27 @@ TEST(StreamTest, DetachedStreamsReportIt) {
   Nym_status status;
   char data[4];
   Nstring line;
-  auto expect_detached = [&](const char* what) {
-    EXPECT_EQ(status.value(), NYM_S_STREAM_NOT_ATTACHED) << what;
+  auto expect_detached = [&](const char* what, auto operation) {
     status.clear();
+    operation();
+    EXPECT_EQ(status.value(), NYM_S_STREAM_NOT_ATTACHED) << what;
   };
   for (Nym_istream* in : {static_cast<Nym_istream*>(&unbuffered), static_cast<Nym_istream*>(&buffered)}) {
-    in->read(4, data, status), expect_detached("read");
-    in->read_at(0, 4, data, status), expect_detached("read_at");
-    in->seek(NYM_SEEK_BEGIN, 1, status), expect_detached("seek");
-    EXPECT_EQ(in->size(status), 0), expect_detached("size");
-    in->readln(10, line, status), expect_detached("readln");
+    expect_detached("read", [&] { in->read(4, data, status); });
+    expect_detached("read_at", [&] { in->read_at(0, 4, data, status); });
+    expect_detached("seek", [&] { in->seek(NYM_SEEK_BEGIN, 1, status); });
+    expect_detached("size", [&] { EXPECT_EQ(in->size(status), 0); });
+    expect_detached("readln", [&] { in->readln(10, line, status); });
     in->seek(int64{5});
     EXPECT_TRUE(!in->size_greater_than(0) && in->tell() == 0 && in->buffer() == nullptr);
   }
   EXPECT_THROW(buffered.read_char(), std::runtime_error);
-  out.write(1, "x", status), expect_detached("write");
-  out.write_at(0, 1, "x", status), expect_detached("write_at");
-  out.seek(NYM_SEEK_BEGIN, 0, status), expect_detached("seek");
-  out.set_size(3, status), expect_detached("set_size");
-  out.xwriteln_be(u"x", status), expect_detached("xwriteln_be");
-  out.write_le(int64{1}, status), expect_detached("write_le");
+  expect_detached("write", [&] { out.write(1, "x", status); });
+  expect_detached("write_at", [&] { out.write_at(0, 1, "x", status); });
+  expect_detached("seek", [&] { out.seek(NYM_SEEK_BEGIN, 0, status); });
+  expect_detached("set_size", [&] { out.set_size(3, status); });
+  expect_detached("xwriteln_be", [&] { out.xwriteln_be(u"x", status); });
+  expect_detached("write_le", [&] { out.write_le(int64{1}, status); });
   out.seek(int64{42});
   EXPECT_EQ(out.tell(), 0);
 }
