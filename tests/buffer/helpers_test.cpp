@@ -17,6 +17,7 @@
 #endif
 
 using namespace nym;
+using nym_test::pattern;
 
 namespace {
 
@@ -36,12 +37,6 @@ struct Output {
   Nym_string_buffer buffer;
   Nym_ostream stream;
 };
-
-std::string pattern(std::size_t size) {
-  std::string bytes(size, '\0');
-  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>((i * 7 + i / 251) & 0xFF);
-  return bytes;
-}
 
 const uint64 STEPS[] = {uint64{1} << 20, 777, 3, 1};
 

@@ -19,6 +19,7 @@
 #include "test_stores.h"
 
 using namespace nym;
+using nym_test::pattern;
 using nym_test::Open;
 using nym_test::until;
 using nym_test::what_of;
@@ -29,12 +30,6 @@ namespace {
 std::string bytes(std::initializer_list<int> values) {
   std::string out;
   for (int v : values) out.push_back(static_cast<char>(v));
-  return out;
-}
-
-std::string pattern(std::size_t size) {
-  std::string out(size, '\0');
-  for (std::size_t i = 0; i < size; ++i) out[i] = static_cast<char>((i * 7 + i / 251) & 0xFF);
   return out;
 }
 

@@ -140,6 +140,13 @@ inline std::unique_ptr<nym::Nym_func_buffer> trickle(const std::string& bytes, u
   return std::make_unique<nym::Nym_func_buffer>(new Trickle_functor(bytes, step, nullptr, extra, fail_at));
 }
 
+// `size` bytes that repeat no short period, so that a byte out of place shows.
+inline std::string pattern(std::size_t size) {
+  std::string bytes(size, '\0');
+  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>((i * 7 + i / 251) & 0xFF);
+  return bytes;
+}
+
 // Spins (yielding) until `condition` holds; the watchdog ends a test that would wait for ever.
 template <class Condition>
 void until(Condition condition) {
