@@ -50,6 +50,7 @@ class Open : public Store {
   int signals() const { return m_signals; }                  // one a write
   int sleeping() const { return m_sleeping; }                // readers inside wait() now
   int readers_inside() const { return m_inside; }            // held readers inside the read lock
+  int readers_arrived() const { return m_read_arrived; }     // calls of read_lock() so far
   int writers_arrived() const { return m_arrived; }          // calls of write_lock() so far
   int writers_at_lock() const { return m_at_lock; }          // writers inside write_lock() now
   int writes_beside_readers() const { return m_breaches; }  // write locks taken beside held readers
@@ -66,6 +67,10 @@ class Open : public Store {
     --m_inside;
     this->read_unlock();
     return n;
+  }
+  void read_lock() const override {
+    ++m_read_arrived;
+    Store::read_lock();
   }
   void write_lock() const override {
     ++m_arrived;
@@ -85,7 +90,7 @@ class Open : public Store {
   }
 
  private:
-  mutable std::atomic<int> m_signals{0}, m_sleeping{0}, m_inside{0}, m_arrived{0}, m_at_lock{0}, m_breaches{0};
+  mutable std::atomic<int> m_signals{0}, m_sleeping{0}, m_inside{0}, m_read_arrived{0}, m_arrived{0}, m_at_lock{0}, m_breaches{0};
   std::atomic<bool> m_hold{false};
 };
 
