@@ -193,6 +193,13 @@ TEST(BufferedIstreamTest, TheWindowGathersCachesAndNeverSplitsAUnit) {
   for (std::size_t i = 0; i < text.size(); ++i) chars.push_back(stream.read_char());
   EXPECT_EQ(chars, text);
   EXPECT_EQ(what_of([&] { stream.read_char(); }), "Nym_buffered_istream::read_char - Error reading data");
+  // The window is a cache of what it read: a change to the store after it stays unseen.
+  stream.seek(int64{0});
+  const char first = stream.read_char();
+  Nym_ostream out(store, status);
+  out.write_at(1, 1, "Z", status);
+  EXPECT_TRUE(first == text[0] && stream.read_char() == pattern(2)[1]);
+  out.detach();
 
   // An odd start puts a unit across the window's last byte and the next window.
   text = "x";
