@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -23,6 +24,7 @@
 
 #include "nym/file.h"
 #include "nym/mutex.h"
+#include "nym/pipe.h"
 #include "nym/utf.h"
 #endif
 #include "nym/read_write_semaphore.h"
@@ -102,43 +104,29 @@ int exit_with(const Args& args) {
 }
 
 #if defined(_WIN32)
-// echo: copies its standard input to its standard output, byte for byte, until the input ends.
-// Exit code 1: the output failed.
-int echo(const Args&) {
-  char block[4096];
-  DWORD n = 0, written = 0;
-  while (ReadFile(GetStdHandle(STD_INPUT_HANDLE), block, sizeof block, &n, nullptr) && n != 0) {
-    for (DWORD done = 0; done < n; done += written) {
-      if (!WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), block + done, n - done, &written, nullptr)) return 1;
-    }
+// echo [<pipe>]: copies its standard input to its standard output, byte for byte, until the
+// input ends; given a pipe, it opens \\.\pipe\<pipe> as a Nym_named_pipe_client (waiting up to
+// 20 s for the server to make it or to free an instance) and sends back what it reads until the
+// server goes. Exit codes: 1 the output failed; 10 the pipe did not open within 20 s.
+int echo(const Args& args) {
+  std::unique_ptr<nym::Nym_pipe> pipe;
+  if (args.empty()) {
+    pipe = std::make_unique<nym::Nym_fdpair_pipe>(GetStdHandle(STD_INPUT_HANDLE), GetStdHandle(STD_OUTPUT_HANDLE));
+  }
+  nym::Wstring name;
+  nym::nym_utf8_to_utf16(args.empty() ? "" : args[0].c_str(), name);
+  for (const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20); !pipe; Sleep(5)) {
+    nym::Nym_status status;
+    auto client = std::make_unique<nym::Nym_named_pipe_client>(name, u".", nym::Nym_pipe_client_options(), status);
+    if (status.ok()) pipe = std::move(client);
+    if (!pipe && std::chrono::steady_clock::now() > limit) return 10;
+  }
+  unsigned char block[4096];
+  nym::Nym_status status;
+  for (nym::uint64 n = 0; (n = pipe->read(block, sizeof block, status)) != 0;) {
+    if (pipe->write(block, n, status) != n) return 1;
   }
   return 0;
-}
-
-// pipe-write <name> <text>: opens \\.\pipe\<name> for writing (waiting up to 20 s for the
-// server to make it or to free an instance), writes <text> and closes. Exit codes: 10 the pipe
-// did not open within 20 s; 11 the write failed.
-int pipe_write(const Args& args) {
-  nym::Wstring name;
-  nym::nym_utf8_to_utf16(("\\\\.\\pipe\\" + args[0]).c_str(), name);
-  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  HANDLE pipe = INVALID_HANDLE_VALUE;
-  while (pipe == INVALID_HANDLE_VALUE) {
-    pipe = CreateFileW(reinterpret_cast<const wchar_t*>(name.c_str()), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0,
-                       nullptr);
-    if (pipe != INVALID_HANDLE_VALUE) break;
-    if (std::chrono::steady_clock::now() > limit) return 10;
-    if (GetLastError() == ERROR_PIPE_BUSY) {
-      WaitNamedPipeW(reinterpret_cast<const wchar_t*>(name.c_str()), 1000);
-    } else {
-      Sleep(5);  // the server has not made the pipe yet
-    }
-  }
-  DWORD written = 0;
-  const bool ok = WriteFile(pipe, args[1].data(), static_cast<DWORD>(args[1].size()), &written, nullptr) &&
-                  written == args[1].size();
-  CloseHandle(pipe);
-  return ok ? 0 : 11;
 }
 
 HANDLE handle_argument(const std::string& text) {
@@ -146,10 +134,18 @@ HANDLE handle_argument(const std::string& text) {
   return number_argument(text, value) ? reinterpret_cast<HANDLE>(static_cast<uintptr_t>(value)) : nullptr;
 }
 
+// Signals the event <ready> and waits up to 20 s for <release>. Exit codes: 12 <release> did not
+// come; 13 an event handle was refused.
+int signal_and_wait(HANDLE ready, HANDLE release) {
+  if (!SetEvent(ready)) return 13;
+  const DWORD released = WaitForSingleObject(release, 20000);
+  return released == WAIT_OBJECT_0 ? 0 : released == WAIT_TIMEOUT ? 12 : 13;
+}
+
 // mutex-handoff <name> <ready> <release>: the mutex of that name must be held (by the test);
 // signals the event <ready>, takes the mutex, signals <ready> again and lets go once <release>
-// is signalled. Exit codes: 10 the mutex was free; 11 it did not come within 20 s; 12 <release>
-// did not come within 20 s; 13 an event handle was refused.
+// is signalled. Exit codes: 10 the mutex was free; 11 it did not come within 20 s; 12, 13 as
+// signal_and_wait.
 int mutex_handoff(const Args& args) {
   const HANDLE ready = handle_argument(args[1]), release = handle_argument(args[2]);
   if (ready == nullptr || release == nullptr) return 2;
@@ -159,10 +155,9 @@ int mutex_handoff(const Args& args) {
   if (mutex.try_lock(0)) return 10;
   if (!SetEvent(ready)) return 13;
   if (!mutex.try_lock(20000)) return 11;
-  if (!SetEvent(ready)) return 13;
-  const DWORD released = WaitForSingleObject(release, 20000);
+  const int code = signal_and_wait(ready, release);
   mutex.unlock();
-  return released == WAIT_OBJECT_0 ? 0 : released == WAIT_TIMEOUT ? 12 : 13;
+  return code;
 }
 
 // The file and region of the file-lock subcommands: <path> <shared|exclusive> <start> <length>.
@@ -194,8 +189,8 @@ bool open_shared(nym::Nym_file& file, const nym::Wstring& path) {
 
 // file-lock-hold <path> <shared|exclusive> <start> <length> <ready> <release>: locks the region
 // through a Nym_file of its own, signals the event <ready> and holds the lock until <release> is
-// signalled. Exit codes: 10 the file did not open; 11 the lock was refused; 12 <release> did not
-// come within 20 s; 13 an event handle was refused.
+// signalled. Exit codes: 10 the file did not open; 11 the lock was refused; 12, 13 as
+// signal_and_wait.
 int file_lock_hold(const Args& args) {
   Region region;
   const HANDLE ready = handle_argument(args[4]), release = handle_argument(args[5]);
@@ -205,10 +200,9 @@ int file_lock_hold(const Args& args) {
   nym::Nym_status status;
   file.lock(region.type, region.start, region.length, 0, status);
   if (status.is_error()) return 11;
-  if (!SetEvent(ready)) return 13;
-  const DWORD released = WaitForSingleObject(release, 20000);
+  const int code = signal_and_wait(ready, release);
   file.unlock(region.start, region.length, status);
-  return released == WAIT_OBJECT_0 ? 0 : released == WAIT_TIMEOUT ? 12 : 13;
+  return code;
 }
 
 // file-lock-try <path> <shared|exclusive> <start> <length>: one attempt to lock the region.
@@ -242,7 +236,7 @@ const Command COMMANDS[] = {
     {"exit", 1, exit_with, "exit <code>"},
 #if defined(_WIN32)
     {"echo", 0, echo, "echo"},
-    {"pipe-write", 2, pipe_write, "pipe-write <name> <text>"},
+    {"echo", 1, echo, "echo <pipe>"},
     {"mutex-handoff", 3, mutex_handoff, "mutex-handoff <name> <ready-handle> <release-handle>"},
     {"file-lock-hold", 6, file_lock_hold,
      "file-lock-hold <path> <shared|exclusive> <start> <length> <ready-handle> <release-handle>"},

@@ -14,7 +14,6 @@
 #include "nym/security.h"
 #include "nym/thread.h"
 #include "test_helpers.h"
-#include "watchdog.h"
 
 using namespace nym;
 
@@ -30,6 +29,15 @@ bool starts_and_ends() {
   Nym_status status;
   Nym_thread thread(returns_at_once, nullptr, status);
   return status.ok() && thread.wait(20000, status) && thread.state() == NYM_THREAD_FINISHED;
+}
+
+// The text of the exception the thread's function ended with.
+std::string failure_text(const Nym_thread& thread) {
+  Nym_status failed;
+  thread.get_failed_status(failed);
+  Wstring text;
+  if (failed == NYM_S_THREAD_EXCEPTION) (*failed.begin())->to_string(text);
+  return nym_test::utf8(text);
 }
 
 // While it lives, the next thread to pass `point` stops there until `proceed`, after telling
@@ -78,7 +86,6 @@ void expect_kill_to_wait(Nym_thread& target, Hook_stop& stop) {
 }  // namespace
 
 TEST(ThreadControlTest, SuspendAndResumeWriteTheStateAndRefuseTheCallingThread) {
-  nym_test::Watchdog watchdog("SuspendAndResumeWriteTheStateAndRefuseTheCallingThread");
   Nym_event gate;
   Nym_status status;
   Nym_thread thread(wait_at_gate, &gate, status);
@@ -114,17 +121,11 @@ TEST(ThreadControlTest, SuspendAndResumeWriteTheStateAndRefuseTheCallingThread) 
   EXPECT_EQ(inside.suspended, NYM_S_THREAD_SUSPEND_FAILED);
   EXPECT_EQ(inside.resumed, NYM_S_THREAD_RESUME_FAILED);
   EXPECT_EQ(inside.waited, "Nym_thread::wait - cannot wait for current thread");
-  Nym_status failed;
-  self.get_failed_status(failed);
-  ASSERT_EQ(failed, NYM_S_THREAD_EXCEPTION);
-  Wstring text;
-  (*failed.begin())->to_string(text);
-  EXPECT_EQ(nym_test::utf8(text), "Nym_thread::kill - cannot kill current thread");
+  EXPECT_EQ(failure_text(self), "Nym_thread::kill - cannot kill current thread");
 }
 
 // On one running thread: its priorities, its security through its handle, and at last kill.
 TEST(ThreadControlTest, PrioritySecurityAndKillActOnTheThreadsHandle) {
-  nym_test::Watchdog watchdog("PrioritySecurityAndKillActOnTheThreadsHandle");
   Nym_event gate;
   Nym_status status;
   Nym_thread thread(wait_at_gate, &gate, status);
@@ -159,7 +160,6 @@ TEST(ThreadControlTest, PrioritySecurityAndKillActOnTheThreadsHandle) {
 // The creator of a thread holds the start lock until its thread has come up: a kill of the
 // creator waits for that, so the lock is never left held by a dead thread.
 TEST(ThreadControlTest, KillOfACreatorWaitsUntilTheStartItIsMakingIsDone) {
-  nym_test::Watchdog watchdog("KillOfACreatorWaitsUntilTheStartItIsMakingIsDone");
   Hook_stop stop(0xFFFFFFFFu);
   Nym_event idle;
   Nym_status status;
@@ -180,7 +180,6 @@ TEST(ThreadControlTest, KillOfACreatorWaitsUntilTheStartItIsMakingIsDone) {
 // A thread in its ending steps holds both registry locks: kill waits, and then finds the thread
 // leaving on its own and leaves it be.
 TEST(ThreadControlTest, KillOfAnEndingThreadWaitsAndLetsItEnd) {
-  nym_test::Watchdog watchdog("KillOfAnEndingThreadWaitsAndLetsItEnd");
   Hook_stop stop(1);
   Nym_status status;
   Nym_thread thread(returns_at_once, nullptr, status);
@@ -196,7 +195,6 @@ TEST(ThreadControlTest, KillOfAnEndingThreadWaitsAndLetsItEnd) {
 // The thread's apartment is the one asked for: asking for the other model in the thread is
 // refused, asking again for the same says it is there already.
 TEST(ThreadControlTest, TheComponentRuntimeIsInitialisedAsAsked) {
-  nym_test::Watchdog watchdog("TheComponentRuntimeIsInitialisedAsAsked");
   struct Case {
     int com;
     HRESULT multi;
@@ -229,15 +227,9 @@ __attribute__((noipa)) void read_bad_pointer(void*) { g_sink = *g_bad_pointer; }
 }  // namespace
 
 TEST(ThreadControlTest, AHardwareFaultInTheFunctionBecomesTheFailedStatus) {
-  nym_test::Watchdog watchdog("AHardwareFaultInTheFunctionBecomesTheFailedStatus");
   Nym_status status;
   Nym_thread thread(read_bad_pointer, nullptr, status);
   thread.wait(status);
   EXPECT_EQ(thread.state(), NYM_THREAD_FAILED);
-  Nym_status failed;
-  thread.get_failed_status(failed);
-  ASSERT_EQ(failed, NYM_S_THREAD_EXCEPTION);
-  Wstring text;
-  (*failed.begin())->to_string(text);
-  EXPECT_NE(nym_test::utf8(text).find("Exception code is 0xc0000005"), std::string::npos) << nym_test::utf8(text);
+  EXPECT_NE(failure_text(thread).find("Exception code is 0xc0000005"), std::string::npos) << failure_text(thread);
 }
