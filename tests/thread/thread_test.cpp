@@ -3,9 +3,8 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <condition_variable>
+#include <future>
 #include <memory>
-#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -24,22 +23,11 @@ using nym_test::utf8;
 
 namespace {
 
-// Opened once, waited for with a bound. It notifies under its lock, so a waiter may destroy it
-// as soon as it sees it open (the host's Nym_event notifies after letting go of its lock).
-struct Gate {
-  std::mutex mutex;
-  std::condition_variable changed;
-  bool is_open = false;
-  void open() {
-    std::lock_guard<std::mutex> hold(mutex);
-    is_open = true;
-    changed.notify_all();
-  }
-  bool wait() {
-    std::unique_lock<std::mutex> hold(mutex);
-    return changed.wait_for(hold, std::chrono::seconds(20), [&] { return is_open; });
-  }
-};
+// Whether `done` was kept within a bound. A promise, not the host's Nym_event: a waiter may
+// destroy it as soon as it is kept, and that event notifies after letting go of its lock.
+bool kept(std::promise<void>& done) {
+  return done.get_future().wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+}
 
 std::string first_arg(const Nym_status& status) {
   Wstring text;
@@ -91,7 +79,8 @@ void read_one_message(void* status) {
 
 }  // namespace
 
-// The thread stays found until its object goes, a failed one too.
+// The thread stays found until its object goes, a failed one too; then no later thread that
+// gets its identifier may find the dead object.
 TEST(ThreadTest, HowTheFunctionEndsIsTheThreadsState) {
   struct Case {
     void (*fn)(void*);
@@ -103,11 +92,11 @@ TEST(ThreadTest, HowTheFunctionEndsIsTheThreadsState) {
                         {throw_standard, NYM_THREAD_FAILED, NYM_S_THREAD_EXCEPTION, 1, "disk on fire \xC3\xA9"},
                         {throw_logic, NYM_THREAD_FAILED, NYM_S_THREAD_EXCEPTION, 1, ""},
                         {throw_other, NYM_THREAD_FAILED, NYM_S_THREAD_UNKNOWN_EXCEPTION, 0, ""}};
+  unsigned int id = 0;  // at the end the last case's: a failed thread
   for (const Case& c : cases) {
     SCOPED_TRACE(c.code);
     Seen seen;
     Nym_status status(NYM_S_NO_MEMORY);
-    unsigned int id = 0;
     {
       Nym_thread thread(c.fn, &seen, status);
       EXPECT_TRUE(status.is_clear());
@@ -125,53 +114,17 @@ TEST(ThreadTest, HowTheFunctionEndsIsTheThreadsState) {
     }
     EXPECT_EQ(nym_thread_object(id), nullptr);
   }
-}
-
-// No later thread that gets a dead failed thread's identifier may find its object.
-TEST(ThreadTest, AThreadGivenTheIdentifierOfADestroyedFailedThreadFindsNoObject) {
-  Nym_status status;
-  unsigned int old_id = 0;
-  {
-    Nym_thread thread(throw_standard, nullptr, status, false, 0, false);
-    thread.wait(status);
-    old_id = thread.thread_id();
-  }
   bool reused = false;
   Nym_thread* found = nullptr;
   for (int i = 0; i < 3000 && !reused; ++i) {
     std::thread([&] {
-      if (nym_current_thread_id() != old_id) return;
+      if (nym_current_thread_id() != id) return;
       reused = true;
       found = nym_thread_object(0);
     }).join();
   }
   if (!reused) GTEST_SKIP() << "the system handed out no identifier twice in 3000 threads";
   EXPECT_EQ(found, nullptr);
-}
-
-TEST(ThreadTest, MessagesFromSeveralPostersArriveWholeAndInOrder) {
-  constexpr unsigned int EACH = 2000;
-  Inbox inbox;
-  Nym_status status;
-  Nym_thread reader(read_inbox, &inbox, status);
-  std::vector<std::thread> posters;
-  std::atomic<int> failures{0};
-  for (unsigned int p = 0; p < 3; ++p) {
-    posters.emplace_back([&, p] {
-      Nym_status s;
-      for (unsigned int i = 0; i < EACH; ++i) {
-        reader.post_message(p, i, -static_cast<int>(i), s);
-        failures += s.is_clear() ? 0 : 1;
-      }
-    });
-  }
-  for (std::thread& t : posters) t.join();
-  reader.post_message(STOP, 0, 0, status);
-  reader.wait(status);
-  EXPECT_EQ(failures.load(), 0);
-  EXPECT_TRUE(inbox.status.ok());
-  EXPECT_FALSE(inbox.wrong);
-  EXPECT_EQ(inbox.next[0] + inbox.next[1] + inbox.next[2], 3 * EACH);
 }
 
 // Messages need a thread started here, and its pipe.
@@ -198,7 +151,7 @@ TEST(ThreadTest, WithoutAnObjectOrAPipeNeitherPostNorReadWorks) {
 TEST(ThreadTest, DestroyingTheObjectLetsItsWaitingReaderGo) {
   for (bool detached : {true, false}) {
     struct Reader {
-      Gate reading, done;
+      std::promise<void> reading, done;
       Nym_status status;
       Nym_thread* object_after = reinterpret_cast<Nym_thread*>(1);
     } reader;
@@ -206,17 +159,17 @@ TEST(ThreadTest, DestroyingTheObjectLetsItsWaitingReaderGo) {
     auto thread = std::make_unique<Nym_thread>(
         [](void* raw) {
           Reader& r = *static_cast<Reader*>(raw);
-          r.reading.open();
+          r.reading.set_value();
           read_one_message(&r.status);
           r.object_after = nym_thread_object(0);
-          r.done.open();
+          r.done.set_value();
         },
         &reader, status, detached);
-    ASSERT_TRUE(reader.reading.wait());
+    ASSERT_TRUE(kept(reader.reading));
     EXPECT_FALSE(thread->wait(0, status));
     EXPECT_TRUE(status.is_clear());
     thread.reset();
-    ASSERT_TRUE(reader.done.wait());
+    ASSERT_TRUE(kept(reader.done));
     EXPECT_TRUE(reader.status == NYM_S_GET_MESSAGE_FAILED || reader.status == NYM_S_NO_THREAD_OBJECT) << detached;
     EXPECT_EQ(reader.object_after, nullptr);
   }
@@ -264,10 +217,11 @@ TEST(ThreadTest, ARefusedStartIsReportedByItsErrno) {
   impl::nym_set_thread_creator(previous);
 }
 
-// Threads with message pipes start, take their messages, run a child process each (Windows)
-// and end, and leave nothing behind: neither a thread nor a handle (a descriptor on the host).
-TEST(ThreadTest, StressThreadsAndChildrenLeaveNothingBehind) {
-  constexpr unsigned int THREADS = 40;
+// Threads with message pipes start, take the messages of several posters at once, whole and in
+// each poster's order, run a child process each (Windows) and end, and leave nothing behind:
+// neither a thread nor a handle (a descriptor on the host).
+TEST(ThreadTest, StressThreadsMessagesAndChildrenLeaveNothingBehind) {
+  constexpr unsigned int THREADS = 40, EACH = 100;
   const nym_test::Resource_count before = nym_test::count_resources();
   {
     std::vector<Inbox> inboxes(THREADS);
@@ -292,15 +246,28 @@ TEST(ThreadTest, StressThreadsAndChildrenLeaveNothingBehind) {
           &inboxes[i], status));
       ASSERT_TRUE(status.is_clear());
     }
-    for (unsigned int i = 0; i < 30; ++i) {
-      for (const auto& thread : threads) thread->post_message(i % 3, i / 3, -static_cast<int>(i / 3), status);
+    std::vector<std::thread> posters;
+    std::atomic<int> failures{0};
+    for (unsigned int p = 0; p < 3; ++p) {
+      posters.emplace_back([&, p] {
+        Nym_status s;
+        for (unsigned int i = 0; i < EACH; ++i) {
+          for (const auto& thread : threads) {
+            thread->post_message(p, i, -static_cast<int>(i), s);
+            failures += s.is_clear() ? 0 : 1;
+          }
+        }
+      });
     }
+    for (std::thread& t : posters) t.join();
     for (const auto& thread : threads) thread->post_message(STOP, 0, 0, status);
+    EXPECT_EQ(failures.load(), 0);
     for (unsigned int i = 0; i < THREADS; ++i) {
+      const Inbox& in = inboxes[i];
       EXPECT_TRUE(threads[i]->wait(60000, status));
       EXPECT_EQ(threads[i]->state(), NYM_THREAD_FINISHED);
-      EXPECT_TRUE(inboxes[i].status.ok() && !inboxes[i].wrong && inboxes[i].next[2] == 10) << i;
-      EXPECT_EQ(inboxes[i].child, 100 + i);
+      EXPECT_TRUE(in.status.ok() && !in.wrong && in.next[0] + in.next[1] + in.next[2] == 3 * EACH) << i;
+      EXPECT_EQ(in.child, 100 + i);
     }
   }
   const nym_test::Resource_count after = nym_test::count_resources();
