@@ -8,13 +8,12 @@
 // that a test that gave up leaves no helper behind; take kernel objects of the test as
 // inherited handles in decimal (nym_test::Inherited_handle on the test's side, handle_argument
 // here).
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -27,6 +26,7 @@
 #include "nym/pipe.h"
 #include "nym/utf.h"
 #endif
+#include "nym/event.h"
 #include "nym/read_write_semaphore.h"
 
 namespace {
@@ -41,50 +41,34 @@ bool number_argument(const std::string& text, unsigned long long& value) {
   return true;
 }
 
-// A count that threads raise and another awaits with a bound.
-class Count {
- public:
-  void raise() {
-    std::lock_guard<std::mutex> hold(m_mutex);
-    ++m_count;
-    m_raised.notify_all();
-  }
-  bool wait_for(int count, milliseconds limit) {
-    std::unique_lock<std::mutex> hold(m_mutex);
-    return m_raised.wait_for(hold, limit, [&] { return m_count >= count; });
-  }
-
- private:
-  std::mutex m_mutex;
-  std::condition_variable m_raised;
-  int m_count = 0;
-};
-
 // rw-upgrade-deadlock <ms>: two threads holding a read lock both call write_lock and must stay
 // blocked for <ms>, while this thread may still read and may not write. Exit codes: 1 an upgrade
 // got through; 3 the readers did not get going within 10 s; 4 this thread was let write, or not
 // let read. The blocked threads end with the process.
 int rw_upgrade_deadlock(const Args& args) {
   unsigned long long ms = 0;
-  if (!number_argument(args[0], ms)) return 2;
-  auto* rw = new nym::Nym_read_write_semaphore;  // never destroyed: blocked threads use it
-  auto* reading = new Count;
-  auto* through = new Count;
+  if (!number_argument(args[0], ms) || ms > 600000) return 2;
+  // Never destroyed: the blocked threads use them.
+  auto* rw = new nym::Nym_read_write_semaphore;
+  auto* readers = new std::atomic<int>(0);
+  auto* both_reading = new nym::Nym_event;
+  auto* go = new nym::Nym_event;
+  auto* through = new nym::Nym_event;
   for (int i = 0; i < 2; ++i) {
     std::thread([=] {
       rw->read_lock();
-      reading->raise();
-      reading->wait_for(3, std::chrono::seconds(10));
+      if (++*readers == 2) both_reading->signal();
+      go->wait(10000);
       rw->write_lock();
-      through->raise();
+      through->signal();
     }).detach();
   }
-  if (!reading->wait_for(2, std::chrono::seconds(10))) return 3;
-  reading->raise();
+  if (!both_reading->wait(10000)) return 3;
+  go->signal();
   if (!rw->try_read_lock()) return 4;
   rw->read_unlock();
   if (rw->try_write_lock()) return 4;
-  return through->wait_for(1, milliseconds(ms)) ? 1 : 0;
+  return through->wait(static_cast<unsigned int>(ms)) ? 1 : 0;
 }
 
 // sleep <ms>: sleeps, then exits with 0.
