@@ -61,7 +61,8 @@ TEST(MutexTest, HeldRecursivelyByOneThreadFreedWhenItsHolderEndsAndNamedWithCare
 // test's, then takes it once the test lets go and holds it until the test signals another.
 TEST(MutexTest, ANamedMutexAndEventsAreSharedWithAnotherProcess) {
   const Wstring name = unique_name("cross-process-");
-  Nym_mutex mutex(name, true, nullptr);
+  Nym_mutex mutex(name, true, nullptr), other(unique_name("other-name-"), false, nullptr);
+  EXPECT_TRUE(try_lock_elsewhere(other)) << "another name, another mutex";
   Nym_event ready(false, nullptr, true), release;
   const nym_test::Inherited_handle ready_handle(ready.handle()), release_handle(release.handle());
   int code = 0;

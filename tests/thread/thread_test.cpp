@@ -235,11 +235,11 @@ TEST(ThreadTest, StressThreadsMessagesAndChildrenLeaveNothingBehind) {
 #if defined(_WIN32)
             unsigned int& code = static_cast<Inbox*>(raw)->child;
             const std::wstring program = nym_test::helper_program();
-            const std::string args = "helper exit " + std::to_string(code);
-            Nym_process_details waiting;
-            waiting.mode = 0;
-            Nym_status s;
-            Nym_process child(Wstring(program.begin(), program.end()), Wstring(args.begin(), args.end()), waiting, s);
+            const std::string args = "exit " + std::to_string(code);
+            Nym_status s;  // mode 2: started, then waited for
+            Nym_process child(Wstring(program.begin(), program.end()), Wstring(args.begin(), args.end()),
+                              Nym_process_details(), s);
+            child.wait(s, 60000);
             code = s.is_clear() ? child.get_exit_code(s) : 0;
 #endif
           },
