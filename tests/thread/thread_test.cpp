@@ -189,22 +189,18 @@ void* refuse_thread(void*, unsigned (*)(void*), void*, unsigned int*) {
 // A start the runtime refuses leaves no thread, whatever errno says, and is reported; an errno
 // of 0 too, where waiting for the thread to come up would never end.
 TEST(ThreadTest, ARefusedStartIsReportedByItsErrno) {
-  struct Case {
-    int error;
-    unsigned int code;
-  };
-  const Case cases[] = {{ENOMEM, NYM_S_NO_MEMORY},          {EACCES, NYM_S_NO_MEMORY},
-                        {EAGAIN, NYM_S_TOO_MANY_THREADS},   {EINVAL, NYM_S_THREAD_BAD_ARGUMENT},
-                        {EIO, NYM_S_THREAD_START_FAILED}, {0, NYM_S_THREAD_START_FAILED}};
+  const unsigned int cases[][2] = {{ENOMEM, NYM_S_NO_MEMORY},        {EACCES, NYM_S_NO_MEMORY},
+                                   {EAGAIN, NYM_S_TOO_MANY_THREADS}, {EINVAL, NYM_S_THREAD_BAD_ARGUMENT},
+                                   {EIO, NYM_S_THREAD_START_FAILED}, {0, NYM_S_THREAD_START_FAILED}};
   const impl::Nym_thread_creator previous = impl::nym_set_thread_creator(refuse_thread);
-  for (const Case& c : cases) {
-    g_refusal = c.error;
+  for (const auto& c : cases) {
+    g_refusal = static_cast<int>(c[0]);
     Seen seen;
     Nym_status status;
     {
       Nym_thread thread(note_self, &seen, status);
-      EXPECT_EQ(status, c.code) << c.error;
-      EXPECT_EQ(first_arg(status), c.code == NYM_S_THREAD_START_FAILED ? std::to_string(c.error) : "");
+      EXPECT_EQ(status, c[1]) << c[0];
+      EXPECT_EQ(first_arg(status), c[1] == NYM_S_THREAD_START_FAILED ? std::to_string(c[0]) : "");
       EXPECT_EQ(thread.state(), NYM_THREAD_NOT_STARTED);
       EXPECT_EQ(thread.thread_id(), 0u);
       Nym_status waited(NYM_S_NO_MEMORY);
