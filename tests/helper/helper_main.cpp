@@ -144,31 +144,24 @@ int mutex_handoff(const Args& args) {
   return code;
 }
 
-// The file and region of the file-lock subcommands: <path> <shared|exclusive> <start> <length>.
-struct Region {
-  nym::Wstring path;
-  nym::Nym_file_lock type;
-  long long start, length;
-};
-
-bool region_arguments(const Args& args, Region& region) {
+// Opens <path> through `file`, shared with every other opener, and asks once for the lock
+// <shared|exclusive> <start> <length> into `status`. Exit codes: 0 asked; 2 a wrong call; 10 the
+// file did not open.
+int lock_region(const Args& args, nym::Nym_file& file, nym::Nym_status& status) {
   unsigned long long start = 0, length = 0;
   if ((args[1] != "shared" && args[1] != "exclusive") || !number_argument(args[2], start) ||
       !number_argument(args[3], length)) {
-    return false;
+    return 2;
   }
-  nym::nym_utf8_to_utf16(args[0].c_str(), region.path);
-  region.type = args[1] == "shared" ? nym::NYM_LOCK_SHARED : nym::NYM_LOCK_EXCLUSIVE;
-  region.start = static_cast<long long>(start);
-  region.length = static_cast<long long>(length);
-  return true;
-}
-
-bool open_shared(nym::Nym_file& file, const nym::Wstring& path) {
-  nym::Nym_status status;
+  nym::Wstring path;
+  nym::nym_utf8_to_utf16(args[0].c_str(), path);
   file.open(path, nym::NYM_FILE_OPEN_ALWAYS, nym::NYM_ACCESS_READ_WRITE, 0,
             nym::NYM_SHARE_READ | nym::NYM_SHARE_WRITE | nym::NYM_SHARE_DELETE, status);
-  return status.ok();
+  if (!status.ok()) return 10;
+  status.clear();
+  file.lock(args[1] == "shared" ? nym::NYM_LOCK_SHARED : nym::NYM_LOCK_EXCLUSIVE, static_cast<long long>(start),
+            static_cast<long long>(length), 0, status);
+  return 0;
 }
 
 // file-lock-hold <path> <shared|exclusive> <start> <length> <ready> <release>: locks the region
@@ -176,16 +169,14 @@ bool open_shared(nym::Nym_file& file, const nym::Wstring& path) {
 // signalled. Exit codes: 10 the file did not open; 11 the lock was refused; 12, 13 as
 // signal_and_wait.
 int file_lock_hold(const Args& args) {
-  Region region;
   const HANDLE ready = handle_argument(args[4]), release = handle_argument(args[5]);
-  if (!region_arguments(args, region) || ready == nullptr || release == nullptr) return 2;
+  if (ready == nullptr || release == nullptr) return 2;
   nym::Nym_file file;
-  if (!open_shared(file, region.path)) return 10;
   nym::Nym_status status;
-  file.lock(region.type, region.start, region.length, 0, status);
+  if (const int code = lock_region(args, file, status)) return code;
   if (status.is_error()) return 11;
   const int code = signal_and_wait(ready, release);
-  file.unlock(region.start, region.length, status);
+  file.unlock(std::stoll(args[2]), std::stoll(args[3]), status);
   return code;
 }
 
@@ -193,13 +184,10 @@ int file_lock_hold(const Args& args) {
 // Exit codes: 0 it was locked (and let go); 1 it is held elsewhere (the system's lock violation
 // under NYM_S_LOCK_FAILED); 10 the file did not open; 11 any other answer.
 int file_lock_try(const Args& args) {
-  Region region;
-  if (!region_arguments(args, region)) return 2;
-  nym::Nym_file file;
-  if (!open_shared(file, region.path)) return 10;
   nym::impl::nym_set_lock_pause([](unsigned int) {});  // one attempt, without the second's wait
+  nym::Nym_file file;
   nym::Nym_status status;
-  file.lock(region.type, region.start, region.length, 0, status);
+  if (const int code = lock_region(args, file, status)) return code;
   if (status.ok()) return 0;
   const bool held = status == nym::NYM_S_LOCK_FAILED && status.child() != nullptr &&
                     *status.child() == ERROR_LOCK_VIOLATION;
