@@ -10,6 +10,7 @@
 #include "elsewhere.h"
 #include "helper_process.h"
 #include "nym/mutex.h"
+#include "nym/security.h"
 #include "test_helpers.h"
 
 using namespace nym;
@@ -31,7 +32,7 @@ bool try_lock_elsewhere(Nym_mutex& mutex) {
 
 }  // namespace
 
-TEST(MutexTest, HeldRecursivelyByOneThreadAndFreedWhenItsHolderEnds) {
+TEST(MutexTest, HeldRecursivelyByOneThreadFreedWhenItsHolderEndsAndNamedWithCare) {
   Nym_mutex mutex;
   mutex.unlock();  // not held: harmless
   mutex.lock();
@@ -47,16 +48,6 @@ TEST(MutexTest, HeldRecursivelyByOneThreadAndFreedWhenItsHolderEnds) {
   EXPECT_TRUE(mutex.try_lock(0));
   EXPECT_FALSE(try_lock_elsewhere(mutex));
   mutex.unlock();
-}
-
-TEST(MutexTest, ObjectsOfOneNameAreOneMutex) {
-  const Wstring name = unique_name("one-name-");
-  Nym_mutex first(name, true, nullptr);
-  Nym_mutex second(name, false, nullptr);
-  Nym_mutex other(unique_name("other-name-"), true, nullptr);
-  EXPECT_FALSE(try_lock_elsewhere(second));
-  first.unlock();
-  EXPECT_TRUE(try_lock_elsewhere(second));
 
   EXPECT_EQ(what_of([] { Nym_mutex cut(Wstring(u"a\0b", 3), false, nullptr); }),
             "Nym_mutex::Nym_mutex - null character in name");
@@ -70,7 +61,8 @@ TEST(MutexTest, ObjectsOfOneNameAreOneMutex) {
 // test's, then takes it once the test lets go and holds it until the test signals another.
 TEST(MutexTest, ANamedMutexAndEventsAreSharedWithAnotherProcess) {
   const Wstring name = unique_name("cross-process-");
-  Nym_mutex mutex(name, true, nullptr);
+  Nym_mutex mutex(name, true, nullptr), other(unique_name("other-name-"), false, nullptr);
+  EXPECT_TRUE(try_lock_elsewhere(other)) << "another name, another mutex";
   Nym_event ready(false, nullptr, true), release;
   const nym_test::Inherited_handle ready_handle(ready.handle()), release_handle(release.handle());
   int code = 0;
@@ -87,4 +79,48 @@ TEST(MutexTest, ANamedMutexAndEventsAreSharedWithAnotherProcess) {
   EXPECT_TRUE(held_there);
   EXPECT_EQ(code, 0);
   EXPECT_TRUE(mutex.try_lock(10000));
+}
+
+namespace {
+
+
+Nym_acl list_of(unsigned int everyone_rights) {
+  Nym_acl acl;
+  Nym_status status;
+  acl.set_rights(Nym_security_id(NYM_TRUSTEE_CURRENT_PROCESS_USER), NYM_ACCESS_ALLOW, EVENT_ALL_ACCESS | MUTEX_ALL_ACCESS,
+                 0, status);
+  acl.set_rights(Nym_security_id(Wstring(u"S-1-1-0")), NYM_ACCESS_ALLOW, everyone_rights, 0, status);
+  return acl;
+}
+
+// The list an object was made with reads back through add_security; one written through it is
+// what a second tie reads.
+template <class Object>
+void round_trip(Object& object, const Nym_acl& given) {
+  Nym_status status;
+  Nym_security tied, again;
+  object.add_security(tied, status);
+  std::unique_ptr<Nym_acl> read(tied.get_disc_acl(status));
+  ASSERT_TRUE(read != nullptr && status.ok());
+  EXPECT_TRUE(read->standard_rights_equal(given));
+  const Nym_acl changed = list_of(READ_CONTROL | WRITE_DAC);
+  tied.set_disc_acl(changed, status);
+  object.add_security(again, status);
+  read.reset(again.get_disc_acl(status));
+  ASSERT_TRUE(read != nullptr && status.ok());
+  EXPECT_TRUE(read->standard_rights_equal(changed));
+  object.add_security(tied, status);
+  EXPECT_EQ(status, NYM_S_ALREADY_ASSOCIATED);
+}
+
+}  // namespace
+
+TEST(KernelSecurityTest, EventsAndMutexesTakeAndKeepTheirDescriptors) {
+  Nym_acl given = list_of(READ_CONTROL);
+  Nym_status status;
+  Nym_security creating(given, status);
+  Nym_event event(false, &creating);
+  Nym_mutex mutex(false, &creating);
+  round_trip(event, given);
+  round_trip(mutex, given);
 }

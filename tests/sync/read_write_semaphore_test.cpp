@@ -20,7 +20,7 @@ const char* const NO_WRITE_LOCK = "Nym_read_write_semaphore::write_unlock - ther
 
 }  // namespace
 
-TEST(ReadWriteSemaphoreTest, EachHoldNeedsItsOwnUnlock) {
+TEST(ReadWriteSemaphoreTest, EachHoldNeedsItsOwnUnlockAndTheHolderMayChangeKind) {
   Nym_read_write_semaphore rw;
   rw.read_lock();
   rw.read_lock();
@@ -41,12 +41,9 @@ TEST(ReadWriteSemaphoreTest, EachHoldNeedsItsOwnUnlock) {
   EXPECT_TRUE(can_read_elsewhere(rw));
   EXPECT_EQ(what_of([&] { rw.write_unlock(); }), NO_WRITE_LOCK);
   EXPECT_TRUE(can_write_elsewhere(rw));
-}
 
-// The writer may read, and keeps reading once it write-unlocks (others may join, not write);
-// the sole reader may write, and keeps its reads.
-TEST(ReadWriteSemaphoreTest, TheWriterMayDowngradeAndTheSoleReaderUpgrade) {
-  Nym_read_write_semaphore rw;
+  // The writer may read, and keeps reading once it write-unlocks (others may join, not write);
+  // the sole reader may write, and keeps its reads.
   rw.write_lock();
   EXPECT_TRUE(rw.try_read_lock());
   rw.write_unlock();

@@ -36,6 +36,8 @@ milliseconds thread_cpu_time() {
 
 }  // namespace
 
+// A give-back past the maximum is refused, with the count kept, also where the sum would wrap
+// round to a small number.
 TEST(SemaphoreTest, CountsTakenUnitsAndRefusesMisuse) {
   Nym_semaphore semaphore(2, 2);
   EXPECT_EQ(semaphore.count(), 0u);
@@ -48,20 +50,13 @@ TEST(SemaphoreTest, CountsTakenUnitsAndRefusesMisuse) {
   EXPECT_EQ(what_of([] { Nym_semaphore(3, 2); }), "Initial value more than maximum on semaphore.");
   EXPECT_EQ(what_of([&] { semaphore.lock(3); }), "Requested more than maximum on semaphore.");
   EXPECT_EQ(what_of([&] { semaphore.try_lock(3); }), "Requested more than maximum on semaphore.");
-}
-
-// Refused, with the count kept, also where the sum would wrap round to a small number.
-TEST(SemaphoreTest, GiveBackPastTheMaximumIsRefusedWhateverItsSize) {
-  struct Case {
-    unsigned int initial, maximum, units;
-  };
-  const Case cases[] = {{2, 2, 1},          {0, 0, 1},          {1, 5, 0xFFFFFFFFu},
-                        {3, 5, 0xFFFFFFFEu}, {3, 5, 0xFFFFFFFDu}, {0xFFFFFFFFu, 0xFFFFFFFFu, 1}};
-  for (const Case& c : cases) {
-    Nym_semaphore semaphore(c.initial, c.maximum);
-    EXPECT_EQ(what_of([&] { semaphore.unlock(c.units); }), "Unlocking too much on semaphore.") << c.units;
-    EXPECT_TRUE(semaphore.try_lock(c.initial)) << c.units;
-    EXPECT_EQ(semaphore.count(), c.maximum) << c.units;
+  const unsigned int cases[][3] = {{2, 2, 1},          {0, 0, 1},          {1, 5, 0xFFFFFFFFu},
+                                   {3, 5, 0xFFFFFFFEu}, {3, 5, 0xFFFFFFFDu}, {0xFFFFFFFFu, 0xFFFFFFFFu, 1}};
+  for (const auto& c : cases) {
+    Nym_semaphore given(c[0], c[1]);
+    EXPECT_EQ(what_of([&] { given.unlock(c[2]); }), "Unlocking too much on semaphore.") << c[2];
+    EXPECT_TRUE(given.try_lock(c[0])) << c[2];
+    EXPECT_EQ(given.count(), c[1]) << c[2];
   }
 }
 

@@ -20,7 +20,7 @@
 #include "nym/pipe.h"
 #include "nym/status.h"
 #include "resource_count.h"
-#include "watchdog.h"
+#include "test_helpers.h"
 
 using namespace nym;
 
@@ -73,46 +73,45 @@ std::vector<unsigned char> read_all(Nym_pipe& pipe, size_t size, Nym_status& sta
   return got;
 }
 
+// Writes `size` bytes to `from` while a thread reads them from `to`: whether every byte came,
+// with clean statuses on both sides.
+bool carries(Nym_pipe& from, Nym_pipe& to, size_t size) {
+  const std::vector<unsigned char> sent = pattern(size);
+  std::vector<unsigned char> got;
+  Nym_status status, read_status;
+  std::thread reader([&] { got = read_all(to, size, read_status); });
+  const uint64 written = from.write(sent.data(), size, status);
+  reader.join();
+  return written == size && got == sent && status.is_clear() && read_status.is_clear();
+}
+
 }  // namespace
 
 // One object, both ends: 1 MiB written while a reader takes it out, in whatever pieces the
-// system hands over.
-TEST(PipeTest, AnAnonymousPipeCarriesEveryByteFromWriteToRead) {
-  nym_test::Watchdog watchdog("AnAnonymousPipeCarriesEveryByteFromWriteToRead");
-  Nym_status status(NYM_S_NO_MEMORY);
-  Nym_anonymous_pipe pipe(status);
-  ASSERT_TRUE(status.is_clear());
-  const std::vector<unsigned char> sent = pattern(1 << 20);
-  Nym_status read_status;
-  std::vector<unsigned char> got;
-  std::thread reader([&] { got = read_all(pipe, sent.size(), read_status); });
-  EXPECT_EQ(pipe.write(sent.data(), sent.size(), status), sent.size());
-  EXPECT_TRUE(status.is_clear());
-  reader.join();
-  EXPECT_TRUE(read_status.is_clear());
-  EXPECT_TRUE(got == sent);
-  EXPECT_EQ(pipe.read(nullptr, 0, status), 0u) << "a read of nothing doesn't wait";
-  EXPECT_TRUE(status.is_clear());
-}
-
-// Moving hands the handles over: each is closed once, by its last owner.
-TEST(PipeTest, AMovedAnonymousPipeClosesItsHandlesOnce) {
+// system hands over. Moving hands the handles over: each is closed once, by its last owner.
+TEST(PipeTest, AnAnonymousPipeCarriesEveryByteAndMovesItsHandles) {
   const nym_test::Resource_count before = nym_test::count_resources();
   {
-    Nym_status status;
+    Nym_status status(NYM_S_NO_MEMORY);
     Nym_anonymous_pipe first(status);
-    Nym_anonymous_pipe second(std::move(first));
-    unsigned char one = 'a';
-    EXPECT_EQ(first.write(&one, 1, status), 0u);
+    ASSERT_TRUE(status.is_clear());
+    Nym_anonymous_pipe second(std::move(first)), pipe(status);
+    pipe = std::move(second);  // its own handles are closed here
+    EXPECT_EQ(first.write(nullptr, 1, status), 0u);
     EXPECT_EQ(status, NYM_S_PIPE_NO_WRITE_HANDLE);
-    EXPECT_EQ(first.read(&one, 1, status), 0u);
+    EXPECT_EQ(second.read(nullptr, 1, status), 0u);
     EXPECT_EQ(status, NYM_S_PIPE_NO_READ_HANDLE);
-    Nym_anonymous_pipe third(status);
-    third = std::move(second);  // third's own handles are closed here
-    EXPECT_EQ(third.write(&one, 1, status), 1u);
-    one = 0;
-    EXPECT_EQ(third.read(&one, 1, status), 1u);
-    EXPECT_EQ(one, 'a');
+    EXPECT_TRUE(carries(pipe, pipe, 1 << 20));
+    status.clear();
+    EXPECT_EQ(pipe.read(nullptr, 0, status), 0u) << "a read of nothing doesn't wait";
+    EXPECT_TRUE(status.is_clear());
+#if defined(_WIN32)
+    // One Nym_security serves one object: the pair's second handle is refused, which the caller sees.
+    Nym_anonymous_pipe secured(status);
+    Nym_security security;
+    secured.add_security(security, status);
+    EXPECT_EQ(status, NYM_S_ALREADY_ASSOCIATED);
+#endif
   }
   EXPECT_EQ(nym_test::count_resources().handles, before.handles);
 }
@@ -148,29 +147,16 @@ TEST(PipeTest, AHandlePairUsesButDoesNotOwnItsHandles) {
 #if defined(_WIN32)
 // A real second process: the helper echoes what it is given on its standard input.
 TEST(PipeTest, AChildEchoesThroughAPairOfPipes) {
-  nym_test::Watchdog watchdog("AChildEchoesThroughAPairOfPipes");
   Raw_pipe to_child, from_child;
-  const std::vector<unsigned char> sent = pattern(64 * 1024);
   int code = -3;
   std::thread child([&] {
     code = nym_test::run_helper_with_streams({"echo"}, std::chrono::seconds(30), to_child.read, from_child.write);
   });
-  std::thread writer([&] {
-    Nym_fdpair_pipe out(nullptr, to_child.write);
-    Nym_status status;
-    out.write(sent.data(), sent.size(), status);
-    Raw_pipe::close(to_child.write);  // the end of the child's input
-  });
-  Nym_fdpair_pipe in(from_child.read, nullptr);
-  Nym_status status;
-  std::vector<unsigned char> got;
-  std::thread reader([&] { got = read_all(in, sent.size(), status); });
-  writer.join();
+  Nym_fdpair_pipe out(nullptr, to_child.write), in(from_child.read, nullptr);
+  EXPECT_TRUE(carries(out, in, 64 * 1024));
+  Raw_pipe::close(to_child.write);  // the end of the child's input
   child.join();
-  Raw_pipe::close(from_child.write);  // lets the reader go should the child have failed
-  reader.join();
   EXPECT_EQ(code, 0);
-  EXPECT_TRUE(got == sent);
 }
 
 namespace {
@@ -179,12 +165,6 @@ namespace {
 Wstring pipe_name(const char* what) {
   const std::string text = "nym-test-" + std::to_string(GetCurrentProcessId()) + "-" + what;
   return Wstring(text.begin(), text.end());
-}
-
-Nym_pipe_server_options server_options(unsigned int mode) {
-  Nym_pipe_server_options options;
-  options.mode = mode;
-  return options;
 }
 
 }  // namespace
@@ -215,10 +195,11 @@ TEST(NamedPipeTest, AClientWithoutServerIsClosedAndSaysWhy) {
 // what was written, then 0 bytes with a clean status. A second client of a one-instance pipe
 // is refused at once.
 TEST(NamedPipeTest, TheClientReadsEverythingThenZeroWhenTheServerHasGone) {
-  nym_test::Watchdog watchdog("TheClientReadsEverythingThenZeroWhenTheServerHasGone");
   const Wstring name = pipe_name("gone");
   Nym_status status;
-  auto server = std::make_unique<Nym_named_pipe_server>(name, server_options(0), status);
+  Nym_pipe_server_options writing;
+  writing.mode = 0;
+  auto server = std::make_unique<Nym_named_pipe_server>(name, writing, status);
   EXPECT_EQ(server->get_type(), NYM_PIPE_SERVER);
   Nym_pipe_client_options reading;
   reading.mode = 0;
@@ -248,16 +229,12 @@ TEST(NamedPipeTest, TheClientReadsEverythingThenZeroWhenTheServerHasGone) {
   EXPECT_TRUE(after_status.is_clear());
 }
 
-// An overlapped server does its I/O with a structure and an event of its own: a read that
-// must wait for the client waits, and both directions work at once.
-TEST(NamedPipeTest, AnOverlappedServerStillBlocksForItsCaller) {
-  nym_test::Watchdog watchdog("AnOverlappedServerStillBlocksForItsCaller");
-  const Wstring name = pipe_name("overlapped");
-  Nym_pipe_server_options options;
-  options.overlapped = true;
-  options.write_through = true;
+// A server waits for its client; up and down carry every byte; a client that has gone leaves
+// the server reading 0 bytes.
+TEST(NamedPipeTest, ABlockingServerCarriesBothWaysUntilTheClientGoes) {
+  const Wstring name = pipe_name("both");
   Nym_status status;
-  Nym_named_pipe_server server(name, options, status);
+  Nym_named_pipe_server server(name, Nym_pipe_server_options(), status);
   ASSERT_TRUE(status.is_clear());
   std::unique_ptr<Nym_named_pipe_client> client;
   Nym_status client_status;
@@ -266,45 +243,30 @@ TEST(NamedPipeTest, AnOverlappedServerStillBlocksForItsCaller) {
   server.wait_for_client(status);
   connecting.join();
   ASSERT_TRUE(client_status.is_clear());
-  const std::vector<unsigned char> up = pattern(20000), down = pattern(30000);
-  std::vector<unsigned char> got_up, got_down;
-  Nym_status up_status, down_status;
-  std::thread server_reads([&] { got_up = read_all(server, up.size(), up_status); });
-  std::thread client_reads([&] { got_down = read_all(*client, down.size(), down_status); });
-  EXPECT_EQ(server.write(down.data(), down.size(), status), down.size());
-  EXPECT_EQ(client->write(up.data(), up.size(), status), up.size());
-  server_reads.join();
-  client_reads.join();
-  EXPECT_TRUE(got_up == up);
-  EXPECT_TRUE(got_down == down);
-}
-
-// A real second process writes to the server, then goes: the server reads the text, then 0.
-TEST(NamedPipeTest, AChildProcessWritesToTheServer) {
-  nym_test::Watchdog watchdog("AChildProcessWritesToTheServer");
-  const Wstring name = pipe_name("child");
-  Nym_status status;
-  Nym_named_pipe_server server(name, server_options(1), status);
-  ASSERT_TRUE(status.is_clear());
-  int code = -3;
-  std::thread child([&] {
-    code = nym_test::run_helper({"pipe-write", std::string(name.begin(), name.end()), "hello from the child"},
-                                std::chrono::seconds(30));
-  });
-  server.wait_for_client(status);
-  const std::vector<unsigned char> got = read_all(server, 100, status);
-  child.join();
-  EXPECT_EQ(code, 0);
-  EXPECT_EQ(std::string(got.begin(), got.end()), "hello from the child");
+  EXPECT_TRUE(carries(*client, server, 20000));  // one way at a time: a blocking handle
+  EXPECT_TRUE(carries(server, *client, 30000));  // serves one call at once
+  client.reset();
+  unsigned char one = 0;
+  EXPECT_EQ(server.read(&one, 1, status), 0u);
   EXPECT_TRUE(status.is_clear());
 }
 
-// One Nym_security serves one object: the pair's second handle is refused, which the caller sees.
-TEST(NamedPipeTest, AddSecurityTiesTheHandles) {
+// A real second process opens the pipe, which it may have to wait for, and echoes what it
+// reads until the server goes. The server is overlapped: it does its I/O with a structure and
+// an event of its own, so that it reads while it writes, and its calls still block the caller.
+TEST(NamedPipeTest, AChildProcessEchoesThroughAnOverlappedServer) {
+  const Wstring name = pipe_name("child");
+  Nym_pipe_server_options options;
+  options.overlapped = true;
+  options.write_through = true;
   Nym_status status;
-  Nym_anonymous_pipe pipe(status);
-  Nym_security for_pipe;
-  pipe.add_security(for_pipe, status);
-  EXPECT_EQ(status, NYM_S_ALREADY_ASSOCIATED);
+  auto server = std::make_unique<Nym_named_pipe_server>(name, options, status);
+  int code = -3;
+  std::thread child([&] { code = nym_test::run_helper({"echo", nym_test::utf8(name)}, std::chrono::seconds(30)); });
+  server->wait_for_client(status);
+  EXPECT_TRUE(carries(*server, *server, 64 * 1024));
+  server.reset();
+  child.join();
+  EXPECT_EQ(code, 0);
 }
 #endif

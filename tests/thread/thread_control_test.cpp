@@ -14,7 +14,6 @@
 #include "nym/security.h"
 #include "nym/thread.h"
 #include "test_helpers.h"
-#include "watchdog.h"
 
 using namespace nym;
 
@@ -32,32 +31,37 @@ bool starts_and_ends() {
   return status.ok() && thread.wait(20000, status) && thread.state() == NYM_THREAD_FINISHED;
 }
 
+// The text of the exception the thread's function ended with.
+std::string failure_text(const Nym_thread& thread) {
+  Nym_status failed;
+  thread.get_failed_status(failed);
+  Wstring text;
+  if (failed == NYM_S_THREAD_EXCEPTION) (*failed.begin())->to_string(text);
+  return nym_test::utf8(text);
+}
+
 // While it lives, the next thread to pass `point` stops there until `proceed`, after telling
 // `arrived`.
+struct Hook_stop;
+Hook_stop* g_stop = nullptr;
 struct Hook_stop {
   std::atomic<unsigned int> point;
   Nym_event arrived, proceed;
   impl::Nym_thread_hook previous;
-  explicit Hook_stop(unsigned int at);
+  explicit Hook_stop(unsigned int at) : point(at) {
+    g_stop = this;
+    previous = impl::nym_set_thread_hook([](unsigned int reached) {
+      if (g_stop->point.compare_exchange_strong(reached, 0xFFFFFFFFu)) {
+        g_stop->arrived.signal();
+        g_stop->proceed.wait(20000);
+      }
+    });
+  }
   ~Hook_stop() {
     impl::nym_set_thread_hook(previous);
     proceed.signal();
   }
 };
-Hook_stop* g_stop = nullptr;
-
-void stop_at_point(unsigned int point) {
-  unsigned int expected = point;
-  if (g_stop->point.compare_exchange_strong(expected, 0xFFFFFFFFu)) {
-    g_stop->arrived.signal();
-    g_stop->proceed.wait(20000);
-  }
-}
-
-Hook_stop::Hook_stop(unsigned int at) : point(at) {
-  g_stop = this;
-  previous = impl::nym_set_thread_hook(stop_at_point);
-}
 
 // Kills `target` from another thread while a thread is stopped in the registry's locks: the
 // kill waits until it goes on, then succeeds.
@@ -78,7 +82,6 @@ void expect_kill_to_wait(Nym_thread& target, Hook_stop& stop) {
 }  // namespace
 
 TEST(ThreadControlTest, SuspendAndResumeWriteTheStateAndRefuseTheCallingThread) {
-  nym_test::Watchdog watchdog("SuspendAndResumeWriteTheStateAndRefuseTheCallingThread");
   Nym_event gate;
   Nym_status status;
   Nym_thread thread(wait_at_gate, &gate, status);
@@ -114,27 +117,19 @@ TEST(ThreadControlTest, SuspendAndResumeWriteTheStateAndRefuseTheCallingThread) 
   EXPECT_EQ(inside.suspended, NYM_S_THREAD_SUSPEND_FAILED);
   EXPECT_EQ(inside.resumed, NYM_S_THREAD_RESUME_FAILED);
   EXPECT_EQ(inside.waited, "Nym_thread::wait - cannot wait for current thread");
-  Nym_status failed;
-  self.get_failed_status(failed);
-  ASSERT_EQ(failed, NYM_S_THREAD_EXCEPTION);
-  Wstring text;
-  (*failed.begin())->to_string(text);
-  EXPECT_EQ(nym_test::utf8(text), "Nym_thread::kill - cannot kill current thread");
+  EXPECT_EQ(failure_text(self), "Nym_thread::kill - cannot kill current thread");
 }
 
 // On one running thread: its priorities, its security through its handle, and at last kill.
 TEST(ThreadControlTest, PrioritySecurityAndKillActOnTheThreadsHandle) {
-  nym_test::Watchdog watchdog("PrioritySecurityAndKillActOnTheThreadsHandle");
   Nym_event gate;
   Nym_status status;
   Nym_thread thread(wait_at_gate, &gate, status);
   HANDLE handle = OpenThread(THREAD_QUERY_INFORMATION, FALSE, thread.thread_id());
-  const int expected[] = {THREAD_PRIORITY_HIGHEST, THREAD_PRIORITY_ABOVE_NORMAL, THREAD_PRIORITY_NORMAL,
-                          THREAD_PRIORITY_BELOW_NORMAL, THREAD_PRIORITY_LOWEST};
-  for (int p = 0; p < 5; ++p) {
+  for (int p = 0; p < 5; ++p) {  // from THREAD_PRIORITY_HIGHEST (2) down
     thread.set_priority(static_cast<Nym_thread_priority>(p), status);
     EXPECT_TRUE(status.is_clear());
-    EXPECT_EQ(GetThreadPriority(handle), expected[p]) << p;
+    EXPECT_EQ(GetThreadPriority(handle), 2 - p) << p;
   }
   thread.set_priority(static_cast<Nym_thread_priority>(5), status);
   EXPECT_EQ(status, NYM_S_THREAD_BAD_PRIORITY);
@@ -157,32 +152,28 @@ TEST(ThreadControlTest, PrioritySecurityAndKillActOnTheThreadsHandle) {
 }
 
 // The creator of a thread holds the start lock until its thread has come up: a kill of the
-// creator waits for that, so the lock is never left held by a dead thread.
-TEST(ThreadControlTest, KillOfACreatorWaitsUntilTheStartItIsMakingIsDone) {
-  nym_test::Watchdog watchdog("KillOfACreatorWaitsUntilTheStartItIsMakingIsDone");
-  Hook_stop stop(0xFFFFFFFFu);
-  Nym_event idle;
+// creator waits for that, so the lock is never left held by a dead thread. A thread in its
+// ending steps holds both registry locks: kill waits, and then finds the thread leaving on its
+// own and leaves it be.
+TEST(ThreadControlTest, KillWaitsWhileItsTargetIsInTheRegistrysLocks) {
   Nym_status status;
-  Nym_thread creator(
-      [](void* idle_event) {
-        g_stop->point = 0;  // the next thread to come up stops there
-        Nym_status s;
-        Nym_thread made(returns_at_once, nullptr, s);
-        static_cast<Nym_event*>(idle_event)->wait(60000);
-      },
-      &idle, status);
-  ASSERT_TRUE(stop.arrived.wait(20000));
-  expect_kill_to_wait(creator, stop);
-  EXPECT_TRUE(creator.wait(20000, status));
+  {
+    Hook_stop stop(0xFFFFFFFFu);
+    Nym_event idle;
+    Nym_thread creator(
+        [](void* idle_event) {
+          g_stop->point = 0;  // the next thread to come up stops there
+          Nym_status s;
+          Nym_thread made(returns_at_once, nullptr, s);
+          static_cast<Nym_event*>(idle_event)->wait(60000);
+        },
+        &idle, status);
+    ASSERT_TRUE(stop.arrived.wait(20000));
+    expect_kill_to_wait(creator, stop);
+    EXPECT_TRUE(creator.wait(20000, status));
+  }
   EXPECT_TRUE(starts_and_ends());
-}
-
-// A thread in its ending steps holds both registry locks: kill waits, and then finds the thread
-// leaving on its own and leaves it be.
-TEST(ThreadControlTest, KillOfAnEndingThreadWaitsAndLetsItEnd) {
-  nym_test::Watchdog watchdog("KillOfAnEndingThreadWaitsAndLetsItEnd");
   Hook_stop stop(1);
-  Nym_status status;
   Nym_thread thread(returns_at_once, nullptr, status);
   ASSERT_TRUE(stop.arrived.wait(20000));
   expect_kill_to_wait(thread, stop);
@@ -196,14 +187,9 @@ TEST(ThreadControlTest, KillOfAnEndingThreadWaitsAndLetsItEnd) {
 // The thread's apartment is the one asked for: asking for the other model in the thread is
 // refused, asking again for the same says it is there already.
 TEST(ThreadControlTest, TheComponentRuntimeIsInitialisedAsAsked) {
-  nym_test::Watchdog watchdog("TheComponentRuntimeIsInitialisedAsAsked");
-  struct Case {
-    int com;
-    HRESULT multi;
-  };
-  const Case cases[] = {
+  const HRESULT cases[][2] = {
       {NYM_THREAD_COM_NONE, S_OK}, {NYM_THREAD_COM_APARTMENT, RPC_E_CHANGED_MODE}, {NYM_THREAD_COM_MULTI, S_FALSE}, {7, S_OK}};
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     HRESULT seen = E_FAIL;
     Nym_status status;
     Nym_thread thread(
@@ -212,10 +198,10 @@ TEST(ThreadControlTest, TheComponentRuntimeIsInitialisedAsAsked) {
           if (SUCCEEDED(hr)) CoUninitialize();
           *static_cast<HRESULT*>(raw) = hr;
         },
-        &seen, status, false, 0, false, nullptr, static_cast<Nym_thread_COM>(c.com));
+        &seen, status, false, 0, false, nullptr, static_cast<Nym_thread_COM>(c[0]));
     EXPECT_TRUE(status.is_clear());
     thread.wait(status);
-    EXPECT_EQ(seen, c.multi) << c.com;
+    EXPECT_EQ(seen, c[1]) << c[0];
   }
 }
 
@@ -229,15 +215,9 @@ __attribute__((noipa)) void read_bad_pointer(void*) { g_sink = *g_bad_pointer; }
 }  // namespace
 
 TEST(ThreadControlTest, AHardwareFaultInTheFunctionBecomesTheFailedStatus) {
-  nym_test::Watchdog watchdog("AHardwareFaultInTheFunctionBecomesTheFailedStatus");
   Nym_status status;
   Nym_thread thread(read_bad_pointer, nullptr, status);
   thread.wait(status);
   EXPECT_EQ(thread.state(), NYM_THREAD_FAILED);
-  Nym_status failed;
-  thread.get_failed_status(failed);
-  ASSERT_EQ(failed, NYM_S_THREAD_EXCEPTION);
-  Wstring text;
-  (*failed.begin())->to_string(text);
-  EXPECT_NE(nym_test::utf8(text).find("Exception code is 0xc0000005"), std::string::npos) << nym_test::utf8(text);
+  EXPECT_NE(failure_text(thread).find("Exception code is 0xc0000005"), std::string::npos) << failure_text(thread);
 }

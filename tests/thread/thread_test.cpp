@@ -3,9 +3,8 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <condition_variable>
+#include <future>
 #include <memory>
-#include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -14,34 +13,26 @@
 #include "nym/thread.h"
 #include "resource_count.h"
 #include "test_helpers.h"
-#include "watchdog.h"
+#if defined(_WIN32)
+#include "helper_process.h"
+#include "nym/process.h"
+#endif
 
 using namespace nym;
-using nym_test::what_of;
+using nym_test::utf8;
 
 namespace {
 
-// Opened once, waited for with a bound. It notifies under the lock: a waiter may destroy it as
-// soon as it sees it open.
-struct Gate {
-  std::mutex mutex;
-  std::condition_variable changed;
-  bool is_open = false;
-  void open() {
-    std::lock_guard<std::mutex> hold(mutex);
-    is_open = true;
-    changed.notify_all();
-  }
-  bool wait() {
-    std::unique_lock<std::mutex> hold(mutex);
-    return changed.wait_for(hold, std::chrono::seconds(20), [&] { return is_open; });
-  }
-};
+// Whether `done` was kept within a bound. A promise, not the host's Nym_event: a waiter may
+// destroy it as soon as it is kept, and that event notifies after letting go of its lock.
+bool kept(std::promise<void>& done) {
+  return done.get_future().wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+}
 
-Wstring first_arg(const Nym_status& status) {
+std::string first_arg(const Nym_status& status) {
   Wstring text;
   if (status.num_args() > 0) (*status.begin())->to_string(text);
-  return text;
+  return utf8(text);
 }
 
 struct Seen {
@@ -58,85 +49,15 @@ void throw_standard(void*) { throw std::runtime_error("disk on fire \xE9"); }
 void throw_logic(void*) { throw std::logic_error(""); }
 void throw_other(void*) { throw 42; }
 
-}  // namespace
-
-TEST(ThreadTest, TheFunctionRunsAndTheThreadLeavesTheRegistryWhenItReturns) {
-  nym_test::Watchdog watchdog("TheFunctionRunsAndTheThreadLeavesTheRegistryWhenItReturns");
-  Seen seen;
-  Nym_status status(NYM_S_NO_MEMORY);
-  Nym_thread thread(note_self, &seen, status);
-  EXPECT_TRUE(status.is_clear());
-  thread.wait(status);
-  EXPECT_TRUE(status.is_clear());
-  EXPECT_EQ(thread.state(), NYM_THREAD_FINISHED);
-  EXPECT_EQ(seen.id, thread.thread_id());
-  EXPECT_EQ(seen.object, &thread);
-  EXPECT_EQ(nym_thread_object(thread.thread_id()), nullptr);
-}
-
-// The thread stays found until its object goes; then no later thread may find the dead object.
-TEST(ThreadTest, WhatTheFunctionRaisesBecomesTheFailedStatus) {
-  nym_test::Watchdog watchdog("WhatTheFunctionRaisesBecomesTheFailedStatus");
-  struct Case {
-    void (*fn)(void*);
-    unsigned int code;
-    unsigned int args;
-    Wstring text;
-  };
-  const Case cases[] = {{throw_standard, NYM_S_THREAD_EXCEPTION, 1, u"disk on fire \u00E9"},
-                        {throw_logic, NYM_S_THREAD_EXCEPTION, 1, u""},
-                        {throw_other, NYM_S_THREAD_UNKNOWN_EXCEPTION, 0, u""}};
-  for (const Case& c : cases) {
-    Nym_status status;
-    unsigned int id = 0;
-    {
-      Nym_thread thread(c.fn, nullptr, status);
-      EXPECT_TRUE(status.ok());
-      id = thread.thread_id();
-      thread.wait(status);
-      EXPECT_EQ(thread.state(), NYM_THREAD_FAILED);
-      Nym_status failed;
-      thread.get_failed_status(failed);
-      EXPECT_EQ(failed, c.code);
-      EXPECT_EQ(failed.num_args(), c.args);
-      EXPECT_EQ(nym_test::utf8(first_arg(failed)), nym_test::utf8(c.text));
-      EXPECT_EQ(nym_thread_object(id), &thread);
-    }
-    EXPECT_EQ(nym_thread_object(id), nullptr);
-  }
-}
-
-TEST(ThreadTest, AThreadGivenTheIdentifierOfADestroyedFailedThreadFindsNoObject) {
-  nym_test::Watchdog watchdog("AThreadGivenTheIdentifierOfADestroyedFailedThreadFindsNoObject", std::chrono::seconds(120));
-  Nym_status status;
-  unsigned int old_id = 0;
-  {
-    Nym_thread thread(throw_standard, nullptr, status, false, 0, false);
-    thread.wait(status);
-    old_id = thread.thread_id();
-  }
-  bool reused = false;
-  Nym_thread* found = nullptr;
-  for (int i = 0; i < 3000 && !reused; ++i) {
-    std::thread([&] {
-      if (nym_current_thread_id() != old_id) return;
-      reused = true;
-      found = nym_thread_object(0);
-    }).join();
-  }
-  if (!reused) GTEST_SKIP() << "the system handed out no identifier twice in 3000 threads";
-  EXPECT_EQ(found, nullptr);
-}
-
-namespace {
-
 constexpr unsigned int STOP = 0xFFFFFFFFu;
 
 // Counts each poster's messages until STOP; each must come whole and in its poster's order.
+// `child` is the exit code the stress test's child is given, and then the one it ended with.
 struct Inbox {
   unsigned int next[3] = {};
   bool wrong = false;
   Nym_status status;
+  unsigned int child = 0;
 };
 
 void read_inbox(void* raw) {
@@ -158,63 +79,56 @@ void read_one_message(void* status) {
 
 }  // namespace
 
-TEST(ThreadTest, MessagesFromSeveralPostersArriveWholeAndInOrder) {
-  nym_test::Watchdog watchdog("MessagesFromSeveralPostersArriveWholeAndInOrder", std::chrono::seconds(120));
-  constexpr unsigned int EACH = 2000;
-  Inbox inbox;
-  Nym_status status;
-  Nym_thread reader(read_inbox, &inbox, status);
-  std::vector<std::thread> posters;
-  std::atomic<int> failures{0};
-  for (unsigned int p = 0; p < 3; ++p) {
-    posters.emplace_back([&, p] {
-      Nym_status s;
-      for (unsigned int i = 0; i < EACH; ++i) {
-        reader.post_message(p, i, -static_cast<int>(i), s);
-        failures += s.is_clear() ? 0 : 1;
-      }
-    });
+// The thread stays found until its object goes, a failed one too; then no later thread that
+// gets its identifier may find the dead object.
+TEST(ThreadTest, HowTheFunctionEndsIsTheThreadsState) {
+  struct Case {
+    void (*fn)(void*);
+    Nym_thread_state state;
+    unsigned int code, args;
+    std::string text;
+  };
+  const Case cases[] = {{note_self, NYM_THREAD_FINISHED, 0, 0, ""},
+                        {throw_standard, NYM_THREAD_FAILED, NYM_S_THREAD_EXCEPTION, 1, "disk on fire \xC3\xA9"},
+                        {throw_logic, NYM_THREAD_FAILED, NYM_S_THREAD_EXCEPTION, 1, ""},
+                        {throw_other, NYM_THREAD_FAILED, NYM_S_THREAD_UNKNOWN_EXCEPTION, 0, ""}};
+  unsigned int id = 0;  // at the end the last case's: a failed thread
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.code);
+    Seen seen;
+    Nym_status status(NYM_S_NO_MEMORY);
+    {
+      Nym_thread thread(c.fn, &seen, status);
+      EXPECT_TRUE(status.is_clear());
+      id = thread.thread_id();
+      thread.wait(status);
+      EXPECT_TRUE(status.is_clear());
+      EXPECT_EQ(thread.state(), c.state);
+      Nym_status failed;
+      thread.get_failed_status(failed);
+      EXPECT_EQ(failed, c.code);
+      EXPECT_EQ(failed.num_args(), c.args);
+      EXPECT_EQ(first_arg(failed), c.text);
+      EXPECT_EQ(nym_thread_object(id), c.state == NYM_THREAD_FAILED ? &thread : nullptr);
+      EXPECT_TRUE(c.fn != note_self || (seen.id == id && seen.object == &thread));
+    }
+    EXPECT_EQ(nym_thread_object(id), nullptr);
   }
-  for (std::thread& t : posters) t.join();
-  reader.post_message(STOP, 0, 0, status);
-  reader.wait(status);
-  EXPECT_EQ(failures.load(), 0);
-  EXPECT_TRUE(inbox.status.ok());
-  EXPECT_FALSE(inbox.wrong);
-  EXPECT_EQ(inbox.next[0] + inbox.next[1] + inbox.next[2], 3 * EACH);
-}
-
-// 200 threads with message pipes start, take their messages and end, and leave nothing behind:
-// neither a thread nor a handle (a descriptor on the host).
-TEST(ThreadStressTest, TwoHundredThreadsWithMessagesLeaveNothingBehind) {
-  nym_test::Watchdog watchdog("TwoHundredThreadsWithMessagesLeaveNothingBehind", std::chrono::seconds(240));
-  const nym_test::Resource_count before = nym_test::count_resources();
-  {
-    std::vector<Inbox> inboxes(200);
-    std::vector<std::unique_ptr<Nym_thread>> threads;
-    Nym_status status;
-    for (Inbox& inbox : inboxes) {
-      threads.push_back(std::make_unique<Nym_thread>(read_inbox, &inbox, status));
-      ASSERT_TRUE(status.is_clear());
-    }
-    for (unsigned int i = 0; i < 30; ++i) {
-      for (const auto& thread : threads) thread->post_message(i % 3, i / 3, -static_cast<int>(i / 3), status);
-    }
-    for (const auto& thread : threads) thread->post_message(STOP, 0, 0, status);
-    for (size_t i = 0; i < threads.size(); ++i) {
-      EXPECT_TRUE(threads[i]->wait(60000, status));
-      EXPECT_EQ(threads[i]->state(), NYM_THREAD_FINISHED);
-      EXPECT_TRUE(inboxes[i].status.ok() && !inboxes[i].wrong && inboxes[i].next[2] == 10) << i;
-    }
+  bool reused = false;
+  Nym_thread* found = nullptr;
+  for (int i = 0; i < 3000 && !reused; ++i) {
+    std::thread([&] {
+      if (nym_current_thread_id() != id) return;
+      reused = true;
+      found = nym_thread_object(0);
+    }).join();
   }
-  const nym_test::Resource_count after = nym_test::count_resources();
-  EXPECT_EQ(after.threads, before.threads);
-  EXPECT_EQ(after.handles, before.handles);
+  if (!reused) GTEST_SKIP() << "the system handed out no identifier twice in 3000 threads";
+  EXPECT_EQ(found, nullptr);
 }
 
 // Messages need a thread started here, and its pipe.
 TEST(ThreadTest, WithoutAnObjectOrAPipeNeitherPostNorReadWorks) {
-  nym_test::Watchdog watchdog("WithoutAnObjectOrAPipeNeitherPostNorReadWorks");
   Nym_status inside, status;
   Nym_thread* object = reinterpret_cast<Nym_thread*>(1);
   std::thread([&] {
@@ -228,16 +142,16 @@ TEST(ThreadTest, WithoutAnObjectOrAPipeNeitherPostNorReadWorks) {
   EXPECT_EQ(status, NYM_S_POST_MESSAGE_FAILED);
   thread.wait(status);
   EXPECT_EQ(inside, NYM_S_GET_MESSAGE_FAILED);
-  EXPECT_EQ(what_of([&] { Nym_thread none(nullptr, nullptr, status); }), "Nym_thread::start - null function");
+  EXPECT_EQ(nym_test::what_of([&] { Nym_thread none(nullptr, nullptr, status); }),
+            "Nym_thread::start - null function");
 }
 
 // The object goes while its thread waits for a message that no one can post any more: the
 // thread is let go instead of waiting for ever, and finds no object afterwards.
 TEST(ThreadTest, DestroyingTheObjectLetsItsWaitingReaderGo) {
-  nym_test::Watchdog watchdog("DestroyingTheObjectLetsItsWaitingReaderGo");
   for (bool detached : {true, false}) {
     struct Reader {
-      Gate reading, done;
+      std::promise<void> reading, done;
       Nym_status status;
       Nym_thread* object_after = reinterpret_cast<Nym_thread*>(1);
     } reader;
@@ -245,17 +159,17 @@ TEST(ThreadTest, DestroyingTheObjectLetsItsWaitingReaderGo) {
     auto thread = std::make_unique<Nym_thread>(
         [](void* raw) {
           Reader& r = *static_cast<Reader*>(raw);
-          r.reading.open();
+          r.reading.set_value();
           read_one_message(&r.status);
           r.object_after = nym_thread_object(0);
-          r.done.open();
+          r.done.set_value();
         },
         &reader, status, detached);
-    ASSERT_TRUE(reader.reading.wait());
+    ASSERT_TRUE(kept(reader.reading));
     EXPECT_FALSE(thread->wait(0, status));
     EXPECT_TRUE(status.is_clear());
     thread.reset();
-    ASSERT_TRUE(reader.done.wait());
+    ASSERT_TRUE(kept(reader.done));
     EXPECT_TRUE(reader.status == NYM_S_GET_MESSAGE_FAILED || reader.status == NYM_S_NO_THREAD_OBJECT) << detached;
     EXPECT_EQ(reader.object_after, nullptr);
   }
@@ -275,26 +189,18 @@ void* refuse_thread(void*, unsigned (*)(void*), void*, unsigned int*) {
 // A start the runtime refuses leaves no thread, whatever errno says, and is reported; an errno
 // of 0 too, where waiting for the thread to come up would never end.
 TEST(ThreadTest, ARefusedStartIsReportedByItsErrno) {
-  nym_test::Watchdog watchdog("ARefusedStartIsReportedByItsErrno");
-  struct Case {
-    int error;
-    unsigned int code;
-    bool argument;
-  };
-  const Case cases[] = {{ENOMEM, NYM_S_NO_MEMORY, false}, {EACCES, NYM_S_NO_MEMORY, false},
-                        {EAGAIN, NYM_S_TOO_MANY_THREADS, false}, {EINVAL, NYM_S_THREAD_BAD_ARGUMENT, false},
-                        {EIO, NYM_S_THREAD_START_FAILED, true}, {0, NYM_S_THREAD_START_FAILED, true}};
+  const unsigned int cases[][2] = {{ENOMEM, NYM_S_NO_MEMORY},        {EACCES, NYM_S_NO_MEMORY},
+                                   {EAGAIN, NYM_S_TOO_MANY_THREADS}, {EINVAL, NYM_S_THREAD_BAD_ARGUMENT},
+                                   {EIO, NYM_S_THREAD_START_FAILED}, {0, NYM_S_THREAD_START_FAILED}};
   const impl::Nym_thread_creator previous = impl::nym_set_thread_creator(refuse_thread);
-  for (const Case& c : cases) {
-    g_refusal = c.error;
+  for (const auto& c : cases) {
+    g_refusal = static_cast<int>(c[0]);
     Seen seen;
     Nym_status status;
     {
       Nym_thread thread(note_self, &seen, status);
-      EXPECT_EQ(status, c.code) << c.error;
-      if (c.argument) {
-        EXPECT_EQ(nym_test::utf8(first_arg(status)), std::to_string(c.error));
-      }
+      EXPECT_EQ(status, c[1]) << c[0];
+      EXPECT_EQ(first_arg(status), c[1] == NYM_S_THREAD_START_FAILED ? std::to_string(c[0]) : "");
       EXPECT_EQ(thread.state(), NYM_THREAD_NOT_STARTED);
       EXPECT_EQ(thread.thread_id(), 0u);
       Nym_status waited(NYM_S_NO_MEMORY);
@@ -305,4 +211,62 @@ TEST(ThreadTest, ARefusedStartIsReportedByItsErrno) {
     EXPECT_EQ(seen.id, 0u) << "the function never ran";
   }
   impl::nym_set_thread_creator(previous);
+}
+
+// Threads with message pipes start, take the messages of several posters at once, whole and in
+// each poster's order, run a child process each (Windows) and end, and leave nothing behind:
+// neither a thread nor a handle (a descriptor on the host).
+TEST(ThreadTest, StressThreadsMessagesAndChildrenLeaveNothingBehind) {
+  constexpr unsigned int THREADS = 40, EACH = 100;
+  const nym_test::Resource_count before = nym_test::count_resources();
+  {
+    std::vector<Inbox> inboxes(THREADS);
+    std::vector<std::unique_ptr<Nym_thread>> threads;
+    Nym_status status;
+    for (unsigned int i = 0; i < THREADS; ++i) {
+      inboxes[i].child = 100 + i;
+      threads.push_back(std::make_unique<Nym_thread>(
+          [](void* raw) {
+            read_inbox(raw);
+#if defined(_WIN32)
+            unsigned int& code = static_cast<Inbox*>(raw)->child;
+            const std::wstring program = nym_test::helper_program();
+            const std::string args = "exit " + std::to_string(code);
+            Nym_status s;  // mode 2: started, then waited for
+            Nym_process child(Wstring(program.begin(), program.end()), Wstring(args.begin(), args.end()),
+                              Nym_process_details(), s);
+            child.wait(s, 60000);
+            code = s.is_clear() ? child.get_exit_code(s) : 0;
+#endif
+          },
+          &inboxes[i], status));
+      ASSERT_TRUE(status.is_clear());
+    }
+    std::vector<std::thread> posters;
+    std::atomic<int> failures{0};
+    for (unsigned int p = 0; p < 3; ++p) {
+      posters.emplace_back([&, p] {
+        Nym_status s;
+        for (unsigned int i = 0; i < EACH; ++i) {
+          for (const auto& thread : threads) {
+            thread->post_message(p, i, -static_cast<int>(i), s);
+            failures += s.is_clear() ? 0 : 1;
+          }
+        }
+      });
+    }
+    for (std::thread& t : posters) t.join();
+    for (const auto& thread : threads) thread->post_message(STOP, 0, 0, status);
+    EXPECT_EQ(failures.load(), 0);
+    for (unsigned int i = 0; i < THREADS; ++i) {
+      const Inbox& in = inboxes[i];
+      EXPECT_TRUE(threads[i]->wait(60000, status));
+      EXPECT_EQ(threads[i]->state(), NYM_THREAD_FINISHED);
+      EXPECT_TRUE(in.status.ok() && !in.wrong && in.next[0] + in.next[1] + in.next[2] == 3 * EACH) << i;
+      EXPECT_EQ(in.child, 100 + i);
+    }
+  }
+  const nym_test::Resource_count after = nym_test::count_resources();
+  EXPECT_EQ(after.threads, before.threads);
+  EXPECT_EQ(after.handles, before.handles);
 }
