@@ -11,7 +11,6 @@
 #include "nym/file_buffer.h"
 #include "nym/ostream.h"
 #include "nym/stream_helpers.h"
-#include "watchdog.h"
 
 using namespace nym;
 using nym_test::chain;
@@ -94,7 +93,6 @@ TEST_F(FileBufferTest, StreamsAtDifferentPositionsEachGetTheirBytes) {
 }
 
 TEST_F(FileBufferTest, ABlockingReaderFollowsAWriterOfTheSameBuffer) {
-  nym_test::Watchdog watchdog("ABlockingReaderFollowsAWriterOfTheSameBuffer", std::chrono::seconds(120));
   Nym_status status, write_status;
   Nym_file_buffer buffer(path("w"), NYM_FILE_REPLACE, NYM_ACCESS_READ_WRITE, 0, 0, status);
   Nym_ostream out(buffer, status, NYM_EOL_LF);  // attached before the reader starts
@@ -122,26 +120,17 @@ TEST_F(FileBufferTest, StreamsAndHelpersWorkOnFiles) {
     Nym_file_buffer target(path("src"), NYM_ACCESS_WRITE, status);
     Nym_ostream out(target, status, NYM_EOL_CRLF);
     out.writeln("first", status);
-    out.xwriteln_be(u"wide", status);
-    out.write_be(0x01020304, status);
-    out.write_le(0x01020304, status);
     out.seek(NYM_SEEK_END, 100, status);  // a write beyond the end grows the file
     out.write(1, "!", status);
-    EXPECT_EQ(out.size(status), 128);
-    out.set_size(120, status);
-    EXPECT_EQ(out.size(status), 120);
+    EXPECT_EQ(out.size(status), 108);
+    out.set_size(104, status);
+    EXPECT_EQ(out.size(status), 104);
   }
   Nym_file_buffer source(path("src"), NYM_ACCESS_READ, status);
   Nym_buffered_istream in(source, false, status, NYM_EOL_CRLF);
   Nstring line;
-  Wstring wide;
-  int be = 0, le = 0;
   EXPECT_EQ(in.readln(100, line, status), NYM_EOL_CRLF);
-  EXPECT_EQ(in.xreadln_be(100, wide, status), NYM_EOL_CRLF);
-  in.read_be(be, status);
-  in.read_le(le, status);
-  EXPECT_TRUE(status.is_clear());
-  EXPECT_TRUE(line == "first" && wide == u"wide" && be == 0x01020304 && le == 0x01020304);
+  EXPECT_EQ(line, "first");
 
   // File to file through the helper, then the whole of both by CRC.
   Nym_file_buffer copy(path("copy"), NYM_FILE_REPLACE, NYM_ACCESS_READ_WRITE, 0, NYM_SHARE_READ, status);
@@ -149,9 +138,10 @@ TEST_F(FileBufferTest, StreamsAndHelpersWorkOnFiles) {
   {
     Nym_ostream out(copy, status);
     nym_copy_stream(in, out, status);
-    EXPECT_TRUE(status.is_clear());
   }
+  EXPECT_TRUE(status.is_clear());
   const std::string bytes = take(path("src"));
+  EXPECT_EQ(bytes, "first\r\n" + std::string(97, '\0'));
   EXPECT_EQ(take(path("copy")), bytes);
   Nym_crc32 of_source, of_copy;
   of_source.update(source, status);

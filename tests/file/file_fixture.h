@@ -8,7 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "nym/status.h"
@@ -19,24 +21,15 @@ namespace nym_test {
 class File_test : public testing::Test {
  protected:
   void SetUp() override {
-    wchar_t temp[MAX_PATH + 1];
-    const DWORD n = GetTempPathW(MAX_PATH + 1, temp);
-    ASSERT_TRUE(n > 0 && n <= MAX_PATH);
     static unsigned int serial = 0;
-    m_dir = nym::Wstring(reinterpret_cast<const char16_t*>(temp)) + u"nym-file-test-" +
-            wide(std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++serial)) + u"\\";
-    ASSERT_TRUE(CreateDirectoryW(win(m_dir), nullptr));
+    const std::filesystem::path dir = std::filesystem::temp_directory_path() /
+        ("nym-file-test-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++serial));
+    ASSERT_TRUE(std::filesystem::create_directory(dir));
+    m_dir = dir.u16string() + u"\\";
   }
   void TearDown() override {
-    WIN32_FIND_DATAW found;
-    const HANDLE listing = FindFirstFileW(win(m_dir + u"*"), &found);
-    if (listing != INVALID_HANDLE_VALUE) {
-      do {
-        DeleteFileW(win(m_dir + reinterpret_cast<const char16_t*>(found.cFileName)));  // fails on . and ..
-      } while (FindNextFileW(listing, &found));
-      FindClose(listing);
-    }
-    RemoveDirectoryW(win(m_dir));
+    std::error_code ignored;
+    std::filesystem::remove_all(std::filesystem::path(m_dir), ignored);
   }
 
   nym::Wstring path(const char* name) const { return m_dir + wide(name); }

@@ -12,7 +12,6 @@
 #include "nym/event.h"
 #include "nym/file.h"
 #include "test_helpers.h"
-#include "watchdog.h"
 
 using namespace nym;
 using nym_test::chain;
@@ -100,7 +99,6 @@ TEST_F(FileLockTest, TheTableCountsSharedRepeatsAndRefusesOverlapsAndConflicts) 
 }
 
 TEST_F(FileLockTest, BadRegionsRaiseAndLeaveTheObjectUsable) {
-  nym_test::Watchdog watchdog("BadRegionsRaiseAndLeaveTheObjectUsable");
   Nym_status& status = m_status;
   const auto lock = [&](int64 start, int64 length) {
     return what_of([&] { m_file.lock(NYM_LOCK_SHARED, start, length, 0, status); });
@@ -151,7 +149,6 @@ TEST_F(FileLockTest, ARefusedUnlockIsOwedNotCountedBelowZero) {
 }
 
 TEST_F(FileLockTest, AnotherThreadWaitsForTheRegion) {
-  nym_test::Watchdog watchdog("AnotherThreadWaitsForTheRegion");
   m_file.lock(NYM_LOCK_EXCLUSIVE, 0, 100, 0, m_status);
   Nym_status there;
   std::thread([&] { m_other.lock(NYM_LOCK_SHARED, 50, 100, 0, there); }).join();
@@ -165,7 +162,6 @@ TEST_F(FileLockTest, AnotherThreadWaitsForTheRegion) {
 }
 
 TEST_F(FileLockTest, AnotherProcessSeesTheRegions) {
-  nym_test::Watchdog watchdog("AnotherProcessSeesTheRegions", std::chrono::seconds(120));
   const std::string file = nym_test::utf8(path("locked"));
   const auto try_there = [&](const char* type, const char* start, const char* length) {
     return nym_test::run_helper({"file-lock-try", file, type, start, length}, std::chrono::seconds(30));
@@ -189,22 +185,20 @@ TEST_F(FileLockTest, AnotherProcessSeesTheRegions) {
         {"file-lock-hold", file, "exclusive", "10", "10", ready_handle.text(), release_handle.text()},
         std::chrono::seconds(60));
   });
-  const bool held_there = ready.wait(30000);
-  EXPECT_TRUE(held_there) << "the helper took its lock";
-  if (held_there) {
-    g_in_pause = [&] {
-      release.signal();
-      helper.join();
-    };
+  const auto let_go = [&] {
+    release.signal();
+    if (helper.joinable()) helper.join();
+  };
+  if (ready.wait(30000)) {
+    g_in_pause = let_go;
     m_file.lock(NYM_LOCK_SHARED, 0, 15, 5000, status);
     EXPECT_TRUE(status.is_clear());
     EXPECT_EQ(g_pauses.size(), 1u);
     EXPECT_EQ(code, 0);
+  } else {
+    ADD_FAILURE() << "the helper did not take its lock";
   }
-  if (helper.joinable()) {
-    release.signal();
-    helper.join();
-  }
+  let_go();
 }
 
 }  // namespace

@@ -6,11 +6,10 @@
 #include <vector>
 
 #include "path_test_support.h"
-#include "test_helpers.h"
 
 using namespace nym;
 using nym_test::as_path;
-using nym_test::u8;
+using nym_test::utf8;
 using nym_test::what_of;
 
 namespace {
@@ -39,7 +38,7 @@ TEST(PathTest, PartsOfTexts) {
       {u"", {}, false, u"", u"", u"", u"", false},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(u8(c.text));
+    SCOPED_TRACE(utf8(c.text));
     const Nym_path p = as_path(c.text);
     EXPECT_EQ(Wstring(p), c.text) << "assignment must not simplify";
     ASSERT_EQ(p.levels(), c.levels.size());
@@ -65,7 +64,7 @@ TEST(PathTest, DriveUncAndKind) {
     const Nym_path p = as_path(text);
     const std::string kind{static_cast<char>(p.drive()), p.has_unc() ? 'U' : '-', p.is_absolute() ? 'A' : '-',
                            p.is_file_path() ? 'F' : '-'};
-    EXPECT_EQ(kind, expected) << u8(text);
+    EXPECT_EQ(kind, expected) << utf8(text);
     EXPECT_EQ(p.has_drive(), kind[0] != ' ');
     EXPECT_NE(p.is_relative(), p.is_absolute());
   }
@@ -84,7 +83,7 @@ TEST(PathTest, ConstructorsJoinAndSimplify) {
       {Nym_path(u'c', u"a", u"f"), u"c:\\a\\f"}, {Nym_path(u'c', u"", u""), u"c:\\"},
       {Nym_path(u'Z', u"\\a\\", u"f", u"txt"), u"Z:\\a\\f.txt"},
   };
-  for (const auto& [made, text] : cases) EXPECT_EQ(Wstring(made), text) << u8(text);
+  for (const auto& [made, text] : cases) EXPECT_EQ(Wstring(made), text) << utf8(text);
   EXPECT_EQ(what_of([] { Nym_path(u'1', u"a", u"f"); }), "Invalid drive letter.");
   EXPECT_EQ(what_of([] { Nym_path(u"", u"sh", u"d", u"f"); }), "Server or share name is empty.");
   EXPECT_EQ(what_of([] { Nym_path(u"s", u"", u"d", u"f", u"x"); }), "Server or share name is empty.");
@@ -135,7 +134,7 @@ TEST(PathTest, Setters) {
   for (const auto& [text, edit, expected] : cases) {
     Nym_path p = as_path(text);
     edit(p);
-    EXPECT_EQ(Wstring(p), expected) << u8(text) << " -> " << u8(expected);
+    EXPECT_EQ(Wstring(p), expected) << utf8(text) << " -> " << utf8(expected);
   }
 }
 
@@ -158,7 +157,7 @@ TEST(PathTest, SetterFailuresLeaveThePath) {
   };
   for (const auto& [text, edit, what] : cases) {
     Nym_path p = as_path(text);
-    EXPECT_EQ(what_of([&] { edit(p); }), what) << u8(text);
+    EXPECT_EQ(what_of([&] { edit(p); }), what) << utf8(text);
     EXPECT_EQ(Wstring(p), text);
   }
   Nym_path p = as_path(u"c:\\a");

@@ -108,9 +108,8 @@ TEST(SyslogTest, TheSystemsEventLogTakesAReport) {
 }
 
 TEST(SyslogTest, MessageFilesAreListedOnceAndAListThatCantBeReadIsLeftAlone) {
-  Wstring source;
-  nym_itow(static_cast<unsigned int>(GetCurrentProcessId()), source, 10, false);
-  source = u"nym2208-test-" + source;
+  const std::string pid = std::to_string(GetCurrentProcessId());
+  const Wstring source = u"nym2208-test-" + Wstring(pid.begin(), pid.end());
   const Wstring key = u"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Application";
   struct Cleanup {
     Wstring key;
