@@ -99,15 +99,18 @@ TEST(SecurityTest, CreatedObjectsGetTheListHeld) {
   EXPECT_TRUE(same(list_given(attributes_of(mine)), chosen));
 }
 
-TEST(SecurityTest, ListsRoundTripOnKeysAndKernelObjectsAndMergeOnRequest) {
+// Lists round trip on keys (by handle and by name) and kernel objects, merge on request, and
+// the creation attributes follow every change of descriptor: a tied read, a failed one, untying
+// (the system's default then) and a list set afterwards.
+TEST(SecurityTest, ListsRoundTripAndCreationAttributesFollowTheDescriptorHeld) {
   Test_key key;
   const Nym_acl first = list_for(u"S-1-5-32-545", KEY_READ);
   const Nym_acl second = list_for(u"S-1-5-32-551", KEY_WRITE);
   Nym_status status;
-  Nym_security by_handle;
+  Nym_security by_handle(true, status), by_name;
+  SECURITY_ATTRIBUTES* attributes = attributes_of(by_handle);
   by_handle.associate_with_object(NYM_SEC_OBJ_REGISTRY, static_cast<void*>(key.key), status);
   by_handle.set_disc_acl(first, status, false);
-  Nym_security by_name;
   by_name.associate_with_object(NYM_SEC_OBJ_REGISTRY, key.name(), status);
   std::unique_ptr<Nym_acl> read(by_name.get_disc_acl(status));
   EXPECT_TRUE(same(read, first));
@@ -115,51 +118,35 @@ TEST(SecurityTest, ListsRoundTripOnKeysAndKernelObjectsAndMergeOnRequest) {
   read.reset(by_handle.get_disc_acl(status));
   Nym_acl both(second, status);
   both.merge(first, status);
-  EXPECT_TRUE(same(read, both));
-  EXPECT_EQ(count_of(*read), 3u);
+  EXPECT_TRUE(same(read, both) && count_of(*read) == 3u);
+  EXPECT_TRUE(same(list_given(attributes), both));
   by_handle.set_disc_acl(second, status, false);
   read.reset(by_name.get_disc_acl(status));
   EXPECT_TRUE(same(read, second));
 
-  HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-  Nym_security kernel;
-  kernel.associate_with_object(NYM_SEC_OBJ_KERNEL, event, status);
-  kernel.set_disc_acl(first, status, false);
-  EXPECT_TRUE(same(list_of(event, SE_KERNEL_OBJECT), first));
-  CloseHandle(event);
-}
-
-// The creation attributes follow every change of descriptor: a tied read, a failed one, untying
-// (the system's default then) and a list set afterwards.
-TEST(SecurityTest, CreationAttributesFollowTheDescriptorHeld) {
-  Test_key key;
-  const Nym_acl keys = list_for(u"S-1-5-32-545", KEY_READ);
-  const Nym_acl later = list_for(u"S-1-5-32-551", EVENT_MODIFY_STATE);
-  Nym_status status;
-  Nym_security security(true, status);
-  SECURITY_ATTRIBUTES* attributes = attributes_of(security);
-  security.associate_with_object(NYM_SEC_OBJ_REGISTRY, static_cast<void*>(key.key), status);
-  security.set_disc_acl(keys, status, false);
-  std::unique_ptr<Nym_acl> read(security.get_disc_acl(status));
-  EXPECT_TRUE(same(list_given(attributes), keys));
-
-  security.disassociate_from_object(status, true);
-  security.associate_with_object(NYM_SEC_OBJ_REGISTRY, Wstring(u"CURRENT_USER\\Software\\no such key 7d1"), status);
-  read.reset(security.get_disc_acl(status));
+  by_handle.disassociate_from_object(status, true);
+  by_handle.associate_with_object(NYM_SEC_OBJ_REGISTRY, Wstring(u"CURRENT_USER\\Software\\no such key 7d1"), status);
+  read.reset(by_handle.get_disc_acl(status));
   EXPECT_TRUE(read == nullptr && status == NYM_S_SECURITY_READ_FAILED && status.contains_value(ERROR_FILE_NOT_FOUND));
   EXPECT_EQ(attributes->lpSecurityDescriptor, nullptr);  // untied, nothing read since
-
   const auto by_default = list_given(nullptr);
   ASSERT_NE(by_default, nullptr);
   EXPECT_TRUE(same(list_given(attributes), *by_default));
 
-  security.disassociate_from_object(status, true);
-  security.set_disc_acl(later, status, false);
-  EXPECT_TRUE(same(list_given(attributes), later));
-  security.associate_with_object(NYM_SEC_OBJ_KERNEL, reinterpret_cast<void*>(0x7FFC), status);  // no such handle
-  read.reset(security.get_disc_acl(status));
+  by_handle.disassociate_from_object(status, true);
+  by_handle.set_disc_acl(first, status, false);
+  EXPECT_TRUE(same(list_given(attributes), first));
+  by_handle.associate_with_object(NYM_SEC_OBJ_KERNEL, reinterpret_cast<void*>(0x7FFC), status);  // no such handle
+  read.reset(by_handle.get_disc_acl(status));
   EXPECT_TRUE(read == nullptr && status == NYM_S_SECURITY_READ_FAILED);
-  EXPECT_TRUE(same(list_given(attributes), later));  // a failed read keeps what was held
+  EXPECT_TRUE(same(list_given(attributes), first));  // a failed read keeps what was held
+
+  HANDLE event = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  Nym_security kernel;
+  kernel.associate_with_object(NYM_SEC_OBJ_KERNEL, event, status);
+  kernel.set_disc_acl(second, status, false);
+  EXPECT_TRUE(same(list_of(event, SE_KERNEL_OBJECT), second));
+  CloseHandle(event);
 }
 
 TEST(SecurityTest, AClosedEventRefusesOthers) {

@@ -38,18 +38,10 @@ struct Destroy {
 TEST(StatusTest, CodesNormaliseTheSameWayThroughEveryDoor) {
   const struct {
     unsigned int given, value, hresult;
-  } cases[] = {{0x0, 0x0, 0x0},
-               {0x5, 0xC0000005, 0x80000005},
-               {0x80000005, 0xC0000005, 0x80000005},
-               {0x40000000, 0x0, 0x0},
-               {0xC0000000, 0x0, 0x0},
-               {0x70005, 0x70005, 0x70005},
-               {0x40070005, 0x70005, 0x70005},
-               {0x80070005, 0xC0070005, 0x80070005},
-               {0xC2000019, 0xC2000019, 0x82000019},
-               {0x82000003, 0x82000003, 0x2000003},
-               {0x42000001, 0x42000001, 0x2000001},
-               {0x12000001, 0x12000001, 0x2000001},
+  } cases[] = {{0x0, 0x0, 0x0},                      {0x5, 0xC0000005, 0x80000005},        {0x80000005, 0xC0000005, 0x80000005},
+               {0x40000000, 0x0, 0x0},               {0xC0000000, 0x0, 0x0},               {0x70005, 0x70005, 0x70005},
+               {0x40070005, 0x70005, 0x70005},       {0x80070005, 0xC0070005, 0x80070005}, {0xC2000019, 0xC2000019, 0x82000019},
+               {0x82000003, 0x82000003, 0x2000003},  {0x42000001, 0x42000001, 0x2000001},  {0x12000001, 0x12000001, 0x2000001},
                {0xCC000001, 0xCC000001, 0x87FF0001}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.given);
@@ -218,25 +210,28 @@ TEST(StatusTest, EqualityIsTheValueCompareGoesDeep) {
 }
 
 TEST(StatusArgTest, TextsKindsAndClones) {
-  const std::pair<Wstring, Wstring> texts[] = {
-      {[] { Wstring o = u"x"; Nym_null_status_arg().to_string(o); return o; }(), u""},
-      {[] { Wstring o; Nym_int_status_arg(INT64_MIN).to_string(o); return o; }(), u"-9223372036854775808"},
-      {[] { Wstring o; Nym_uint_status_arg(UINT64_MAX).to_string(o); return o; }(), u"18446744073709551615"},
-      {[] { Wstring o; Nym_bool_status_arg(false).to_string(o); return o; }(), u"false"},
-      {[] { Wstring o; Nym_int_status_arg(1234567, true).to_string(o); return o; }(), u"1234567"},  // "C": no groups
-      {Nym_wstring_status_arg(Nstring("caf\xE9")).value(), u"caf\u00E9"}};  // narrow is Latin-1
-  for (const auto& t : texts) EXPECT_EQ(t.first, t.second);
+  const auto text = [](const Nym_status_arg& a) {
+    Wstring o = u"previous";
+    a.to_string(o);
+    return o;
+  };
+  EXPECT_EQ(text(Nym_null_status_arg()) + u"|" + text(Nym_int_status_arg(INT64_MIN)) + u"|" +
+                text(Nym_uint_status_arg(UINT64_MAX)) + u"|" + text(Nym_bool_status_arg(false)) + u"|" +
+                text(Nym_int_status_arg(1234567, true)) + u"|" + Nym_wstring_status_arg(Nstring("caf\xE9")).value(),
+            u"|-9223372036854775808|18446744073709551615|false|1234567|caf\u00E9")
+      << "the C locale has no groups; narrow text is Latin-1";
   Nym_wstring_status_arg same(Wstring(u"same"));
   same.to_string(const_cast<Wstring&>(same.value()));
   EXPECT_EQ(same.value(), u"same") << "into its own value";
+  // Equal only in kind and value; the int's format takes no part.
   EXPECT_TRUE(Nym_int_status_arg(5, true) == Nym_int_status_arg(5, false));
-  EXPECT_FALSE(Nym_int_status_arg(5) == Nym_uint_status_arg(5) || Nym_uint_status_arg(5) == Nym_int_status_arg(5));
-  EXPECT_FALSE(Nym_int_status_arg(5) == Nym_int_status_arg(6) || Nym_bool_status_arg(true) == Nym_bool_status_arg(false));
   EXPECT_TRUE(Nym_wstring_status_arg(Wstring(u"a")) == Nym_wstring_status_arg(Nstring("a")));
-  EXPECT_FALSE(Nym_wstring_status_arg(Wstring(u"a")) == Nym_wstring_status_arg(Wstring(u"A")));
-  EXPECT_FALSE(Nym_wstring_status_arg(Wstring(u"1")) == Nym_int_status_arg(1));
   EXPECT_TRUE(Nym_null_status_arg() == Nym_null_status_arg::NULL_ARGUMENT);
-  EXPECT_FALSE(Nym_null_status_arg() == Nym_bool_status_arg(false));
+  EXPECT_FALSE(Nym_int_status_arg(5) == Nym_uint_status_arg(5) || Nym_uint_status_arg(5) == Nym_int_status_arg(5) ||
+               Nym_int_status_arg(5) == Nym_int_status_arg(6) || Nym_bool_status_arg(true) == Nym_bool_status_arg(false) ||
+               Nym_wstring_status_arg(Wstring(u"a")) == Nym_wstring_status_arg(Wstring(u"A")) ||
+               Nym_wstring_status_arg(Wstring(u"1")) == Nym_int_status_arg(1) ||
+               Nym_null_status_arg() == Nym_bool_status_arg(false));
   const Nym_int_status_arg original(7, true);
   const Ovt_auto_ptr<Nym_status_arg, Destroy> copy(original.clone(nullptr));
   EXPECT_TRUE(copy.get() != &original && *copy == original && static_cast<Nym_int_status_arg*>(copy.get())->format());

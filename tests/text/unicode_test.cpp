@@ -32,22 +32,15 @@ bool category_changed_after_7(unsigned cp) {
 // The generated table's counts and sample entries, and, wherever Unicode did not change since,
 // agreement with the linked ICU: what the table calls assigned, upper or lower, ICU does too.
 TEST(UnicodeBitTableTest, CountsSamplesAndIcu) {
-  EXPECT_EQ(count_if_bits(0x00000, 0x0FFFF, 0xFF), 63504u);
-  EXPECT_EQ(count_if_bits(0x10000, 0x1FFFF, 0xFF), 10004u);
-  EXPECT_EQ(count_if_bits(0x20000, 0x2FFFF, 0xFF), 47624u);
   EXPECT_EQ(count_if_bits(0, 0x2FFFF, 0x80), 121132u) << "every non-zero entry is assigned";
   EXPECT_EQ(count_if_bits(0, 0x2FFFF, 0x40), 0u);
   EXPECT_EQ(count_if_bits(0, 0x2FFFF, impl::NYM_UNICODE_NFKC), 4793u);
   EXPECT_EQ(count_if_bits(0, 0x2FFFF, impl::NYM_UNICODE_UPPER), 1490u);
   EXPECT_EQ(count_if_bits(0, 0x2FFFF, impl::NYM_UNICODE_LOWER), 1841u);
-  const struct {
-    unsigned cp;
-    unsigned char entry;
-  } samples[] = {{0x0009, 0x81}, {0x0030, 0x82}, {0x005F, 0x83}, {0x0041, 0x96}, {0x00E9, 0x8E}, {0x00A0, 0xA1},
-                 {0x4E00, 0x87}, {0xD800, 0x86}, {0xFFFD, 0x84}, {0x1D400, 0xB6}, {0xFDD0, 0x00}, {0xFFFF, 0x00},
-                 {0x08B3, 0x00},  // assigned in 8.0: unassigned here
-                 {0x13A0, 0x87}, {0x166D, 0x83}, {0xA9BD, 0x85}};  // categories as they were in 7.0
-  for (const auto& s : samples) EXPECT_EQ(NYM_UNICODE_BIT_TABLE[s.cp], s.entry) << std::hex << "U+" << s.cp;
+  // The bits ICU can't check, and the categories as they were in 7.0.
+  const unsigned samples[][2] = {{0x00A0, 0xA1}, {0x0041, 0x96}, {0x1D400, 0xB6}, {0xFDD0, 0x00},
+                                 {0x08B3, 0x00}, {0x13A0, 0x87}, {0x166D, 0x83},  {0xA9BD, 0x85}};
+  for (const auto& s : samples) EXPECT_EQ(NYM_UNICODE_BIT_TABLE[s[0]], s[1]) << std::hex << "U+" << s[0];
   for (unsigned cp = 0; cp < 0x30000; ++cp) {
     const unsigned char e = NYM_UNICODE_BIT_TABLE[cp];
     if (e == 0) continue;
@@ -59,12 +52,10 @@ TEST(UnicodeBitTableTest, CountsSamplesAndIcu) {
       ASSERT_EQ(e & impl::NYM_UNICODE_TYPE_MASK, impl::nym_get_icu_char_type(cp)) << std::hex << cp;
     }
   }
-  EXPECT_EQ(impl::nym_get_icu_char_type(0xE0001), NYM_CP_OTHER);   // Cf
-  EXPECT_EQ(impl::nym_get_icu_char_type(0xF0000), NYM_CP_CASED);   // Co
-  EXPECT_EQ(impl::nym_get_icu_char_type(0x30000), NYM_CP_LETTER);  // Lo, above the table
-  EXPECT_EQ(impl::nym_get_icu_char_type(0x110000), NYM_CP_OTHER);  // no code point
-  EXPECT_EQ(impl::nym_get_char_type(0xE0100), NYM_CP_MARK);
-  EXPECT_EQ(impl::nym_get_char_type(0x2FFFF), NYM_CP_UNASSIGNED);
+  // Cf, Co, Lo above the table, no code point; then the table's own answer and what lies above it.
+  EXPECT_TRUE(impl::nym_get_icu_char_type(0xE0001) == NYM_CP_OTHER && impl::nym_get_icu_char_type(0xF0000) == NYM_CP_CASED &&
+              impl::nym_get_icu_char_type(0x30000) == NYM_CP_LETTER && impl::nym_get_icu_char_type(0x110000) == NYM_CP_OTHER);
+  EXPECT_TRUE(impl::nym_get_char_type(0xE0100) == NYM_CP_MARK && impl::nym_get_char_type(0x2FFFF) == NYM_CP_UNASSIGNED);
   EXPECT_EQ(Nym_cwstring("caf\xC3\xA9 \xF0\x9F\x98\x80 a\xC3"), Wstring(u"caf\u00E9 \U0001F600 a\uFFFD"));
 }
 
@@ -162,38 +153,27 @@ TEST(UnicodeNormalizeTest, NfkcAndItsErrors) {
   Nym_status status(0xC2000001u);
   Wstring out = u"old";
   nym_normalize(Wstring(u"\uFB01 \u00BD \U0001D400 e\u0301"), out, status);
-  EXPECT_EQ(out, Wstring(u"fi 1\u20442 A \u00E9"));
-  EXPECT_EQ(status.value(), 0xC2000001u) << "untouched on success";
+  EXPECT_TRUE(out == Wstring(u"fi 1\u20442 A \u00E9") && status.value() == 0xC2000001u) << "status untouched";
   nym_normalize(Wstring(u"ab\0cd", 5), out, status);
   EXPECT_EQ(out, Wstring(u"ab")) << "stops at a NUL";
   // Results beyond the 4,096-unit work area take the second call; exactly its size does not.
   for (const std::size_t n : {std::size_t(2048), std::size_t(2049), std::size_t(20000)}) {
     nym_normalize(Wstring(n, u'\uFB01'), out, status);  // each becomes "fi"
-    EXPECT_EQ(out.size(), 2 * n);
-    EXPECT_EQ(out.substr(out.size() - 2), u"fi");
+    EXPECT_TRUE(out.size() == 2 * n && out.substr(out.size() - 2) == u"fi") << n;
   }
   nym_normalize(Wstring(4096, u'a'), out, status);
   EXPECT_EQ(out, Wstring(4096, u'a'));
 
-  const struct {
-    int code;
-    unsigned int expected;
-  } cases[] = {{10, 0xC200009Eu}, {11, 0xC200009Fu}, {12, 0xC20000A0u}, {18, 0xC20000A2u}, {19, 0xC20000A3u}};
-  for (const auto& c : cases) {
+  for (const auto& c : {std::make_pair(10, 0xC200009Eu), std::make_pair(19, 0xC20000A3u)}) {
     status = 0xC2000005u;
     status.push(0xC2000006u);
-    nym_translate_icu_error(c.code, status);
-    EXPECT_EQ(status.value(), c.expected);
-    EXPECT_EQ(status.num_args(), 0u);
-    EXPECT_EQ(status.child(), nullptr) << "assigned, not pushed";
+    nym_translate_icu_error(c.first, status);
+    EXPECT_TRUE(status.value() == c.second && status.num_args() == 0u && status.child() == nullptr) << "assigned, not pushed";
   }
   nym_translate_icu_error(-124, status);  // a warning is reported too
-  EXPECT_EQ(status.value(), 0xC20000A1u);
-  ASSERT_EQ(status.num_args(), 1u);
+  ASSERT_TRUE(status.value() == 0xC20000A1u && status.num_args() == 1u);
   const auto* arg = dynamic_cast<const Nym_int_status_arg*>(*status.begin());
-  ASSERT_NE(arg, nullptr);
-  EXPECT_EQ(arg->value(), -124);
-  EXPECT_TRUE(arg->format());
+  EXPECT_TRUE(arg != nullptr && arg->value() == -124 && arg->format());
   nym_translate_icu_error(0, status);
   EXPECT_EQ(status.value(), 0u);
 }
@@ -201,27 +181,24 @@ TEST(UnicodeNormalizeTest, NfkcAndItsErrors) {
 TEST(UnicodeTrimTest, EveryTrim) {
   Nstring n = " \t a b \r\n";
   nym_trim(n);
-  EXPECT_EQ(n, "a b");
   Wstring w = u"\u00A0\u3000 a b \u2028";
   nym_trim(w);
-  EXPECT_EQ(w, u"a b");
+  EXPECT_TRUE(n == "a b" && w == u"a b");
   w = u"  a b  ";
   nym_trim_leading(w);
   EXPECT_EQ(w, u"a b  ");
   nym_trim_trailing(w);
   EXPECT_EQ(w, u"a b");
   nym_trim_all(w);
-  EXPECT_EQ(w, u"ab");
   n = " x y ";
   nym_trim_all(n);
-  EXPECT_EQ(n, "xy");
+  EXPECT_TRUE(w == u"ab" && n == "xy");
   n = "00120";
   nym_trim_leading_chars('0', n);
   nym_trim_trailing_chars('0', n);
-  EXPECT_EQ(n, "12");
   w = u"a\\\\";
   nym_trim_trailing_chars(u'\\', w);
-  EXPECT_EQ(w, u"a");
+  EXPECT_TRUE(n == "12" && w == u"a");
 
   w = Wstring(u"\x01" u"a\x1F\x02" u"b\x1F", 6);
   nym_trim_all_ctrl(w, u'_');

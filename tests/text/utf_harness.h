@@ -1,13 +1,15 @@
 // The one differential harness of the UTF conversions, shared by the unit tests and the fuzz
 // target: the whole-text conversions, their bounded form and every kernel on its own must give
 // what the plain character-at-a-time walkers give, byte for byte, and stop where they stop.
-// Each check answers the first difference it finds, or an empty text.
+// Appending agrees with converting. Each check answers the first difference it finds, or an
+// empty text.
 #ifndef NYM_TEST_UTF_HARNESS_H
 #define NYM_TEST_UTF_HARNESS_H
 
 #include <cstring>
 #include <string>
 
+#include "nym/string_basic.h"
 #include "nym/utf.h"
 #include "text/utf_walk.h"
 
@@ -28,6 +30,9 @@ inline std::string check_utf8(const std::string& text, std::size_t bound) {
   nym_utf8_to_utf16(text.c_str(), fast);
   if (fast != walked) return "nym_utf8_to_utf16 differs from the walk";
   if (fast.size() > terminated) return "more units than bytes";
+  Wstring appended = u"pre";
+  nym_string_append(appended, text.c_str());
+  if (appended != u"pre" + fast) return "nym_string_append differs from nym_utf8_to_utf16";
   const auto* nul = static_cast<const unsigned char*>(std::memchr(p, 0, bound));
   walked.clear();
   impl::utf8_to_utf16_walk(p, nul != nullptr ? nul : p + bound, walked);
@@ -55,6 +60,9 @@ inline std::string check_utf16(const nym::Wstring& text) {
   Nstring fast = "stale";
   nym_utf16_to_utf8(text.c_str(), fast);
   if (fast != walked) return "nym_utf16_to_utf8 differs from the walk";
+  Nstring appended = "pre";
+  nym_string_append(appended, text.c_str());
+  if (appended != "pre" + fast) return "nym_string_append differs from nym_utf16_to_utf8";
   Nstring all;
   impl::utf16_to_utf8_walk(text.data(), text.data() + text.size(), all);
   for (const impl::Utf_kernel k : {impl::Utf_kernel::baseline, impl::Utf_kernel::ssse3}) {

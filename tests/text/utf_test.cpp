@@ -97,34 +97,31 @@ TEST(UtfConvertTest, WhatTheWalkersMakeOfEachFault) {
 }
 
 TEST(UtfCharTest, WalksAndTheirEnds) {
+  // Each step: the value read and the position after it.
+  const auto walk8 = [](const char* text) {
+    std::vector<std::pair<uint32, uint64>> steps;
+    for (uint64 pos = 0; pos != NYM_NPOS && steps.size() < 10;) steps.emplace_back(nym_utf8_to_utf32_char(text, pos), pos);
+    return steps;
+  };
+  const auto walk16 = [](const Wchar* text) {
+    std::vector<std::pair<uint32, uint64>> steps;
+    for (uint64 pos = 0; pos != NYM_NPOS && steps.size() < 10;) steps.emplace_back(nym_utf16_to_utf32_char(text, pos), pos);
+    return steps;
+  };
+  using Steps = std::vector<std::pair<uint32, uint64>>;
   const Nstring text = bytes({'a', 0xC3, 0xA9, 0xC3, 0x41, 0xF0, 0x9F, 0x98, 0x80});
-  uint64 pos = 0;
-  const std::vector<std::pair<uint32, uint64>> utf8_steps = {
-      {'a', 1}, {0xE9, 3}, {0xFFFD, 4}, {'A', 5}, {0x1F600, 9}, {0, NYM_NPOS}, {0, NYM_NPOS}};
-  for (const auto& step : utf8_steps) {
-    EXPECT_EQ(nym_utf8_to_utf32_char(text.c_str(), pos), step.first);
-    EXPECT_EQ(pos, step.second);
-  }
-  pos = 0;
-  EXPECT_EQ(nym_utf8_to_utf32_char("\xC0\x80z", pos), 0u) << "C0 80 ends the walk";
-  EXPECT_EQ(pos, NYM_NPOS);
+  EXPECT_EQ(walk8(text.c_str()), (Steps{{'a', 1}, {0xE9, 3}, {0xFFFD, 4}, {'A', 5}, {0x1F600, 9}, {0, NYM_NPOS}}));
+  EXPECT_EQ(walk8("\xC0\x80z"), (Steps{{0, NYM_NPOS}})) << "C0 80 ends the walk";
   // A bad high surrogate moves on by one unit: the unit after it is read again.
-  const Wstring wide = units({0xD800, 0x41, 0xD83D, 0xDE00, 0xDC00, 0xD800});
-  pos = 0;
-  const std::vector<std::pair<uint32, uint64>> utf16_steps = {
-      {0xFFFD, 1}, {0x41, 2}, {0x1F600, 4}, {0xFFFD, 5}, {0xFFFD, 6}, {0, NYM_NPOS}};
-  for (const auto& step : utf16_steps) {
-    EXPECT_EQ(nym_utf16_to_utf32_char(wide.c_str(), pos), step.first);
-    EXPECT_EQ(pos, step.second);
-  }
+  EXPECT_EQ(walk16(units({0xD800, 0x41, 0xD83D, 0xDE00, 0xDC00, 0xD800}).c_str()),
+            (Steps{{0xFFFD, 1}, {0x41, 2}, {0x1F600, 4}, {0xFFFD, 5}, {0xFFFD, 6}, {0, NYM_NPOS}}));
   for (uint64 start : {uint64{0}, uint64{5}}) {
-    pos = start;
-    EXPECT_EQ(nym_utf8_to_utf32_char(nullptr, pos), 0u);
-    EXPECT_EQ(pos, NYM_NPOS);
-    pos = start;
-    EXPECT_EQ(nym_utf16_to_utf32_char(nullptr, pos), 0u);
-    EXPECT_EQ(pos, NYM_NPOS);
+    uint64 pos8 = start, pos16 = start;
+    EXPECT_TRUE(nym_utf8_to_utf32_char(nullptr, pos8) == 0 && pos8 == NYM_NPOS);
+    EXPECT_TRUE(nym_utf16_to_utf32_char(nullptr, pos16) == 0 && pos16 == NYM_NPOS);
   }
+  uint64 past = NYM_NPOS;
+  EXPECT_TRUE(nym_utf8_to_utf32_char(text.c_str(), past) == 0 && past == NYM_NPOS) << "a walk past its end stays there";
 }
 
 TEST(UtfCompareTest, ByCodePointAcrossEncodings) {
@@ -270,19 +267,5 @@ TEST(UtfDifferentialTest, TerminatorsAtEveryAlignment) {
         ASSERT_EQ(out16, Wstring(std::min(bound, length), u'z')) << start << " " << length << " " << bound;
       }
     }
-  }
-}
-
-TEST(UtfConvertTest, AppendFormsAgreeWithConversions) {
-  std::mt19937 rng(77);
-  for (int round = 0; round < 200; ++round) {
-    Nstring s = generate(rng, UTF8_PIECES, UTF8_WELL_FORMED, round % 20 == 0 ? 1 : round);
-    s = s.substr(0, s.find('\0'));
-    Wstring appended = u"pre";
-    nym_string_append(appended, s.c_str());
-    EXPECT_EQ(appended, u"pre" + to16(s));
-    Nstring back = "pre";
-    nym_string_append(back, appended.c_str() + 3);
-    EXPECT_EQ(back, "pre" + to8(appended.substr(3)));
   }
 }

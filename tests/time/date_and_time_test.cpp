@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "nym/date_and_time.h"
-#include "nym/counted_ptr.h"
 #include "nym/date_status_arg.h"
+#include "nym/status.h"
 #include "nym/test_clock.h"
 #include "test_helpers.h"
 
@@ -69,7 +69,7 @@ TEST(TimeZoneTest, EveryRowHangsTogether) {
     EXPECT_TRUE(Z::partner(partner) == v && other.is_dst() != z.is_dst()) << z.name();
     EXPECT_EQ((z.is_dst() ? other.offset() - z.offset() : z.offset() - other.offset()), P(apart, 0)) << z.name();
   }
-  EXPECT_EQ(static_cast<int>(rows.size()), Z::ZONE_COUNT);
+  EXPECT_EQ(static_cast<int>(rows.size()), +Z::ZONE_COUNT);
   for (const Z& z : rows) {
     for (const Z& earlier : rows) {
       if (earlier.offset() == z.offset() && earlier.is_dst() == z.is_dst()) {
@@ -77,11 +77,6 @@ TEST(TimeZoneTest, EveryRowHangsTogether) {
         break;
       }
     }
-  }
-  const std::pair<Z::Identifiers, const char*> names[] = {{Z::EST, "EST 18000"}, {Z::NST, "NST 12600"},
-                                                          {Z::CHADT, "CHADT -49500"}, {Z::NPT, "NPT -20700"}};
-  for (const auto& n : names) {
-    EXPECT_EQ(std::string(Z::find(n.first).name()) + " " + std::to_string(Z::find(n.first).offset().seconds()), n.second);
   }
   EXPECT_STREQ(Z::find(P(18000, 999999), false).name(), "EST") << "microseconds take no part";
   EXPECT_TRUE(is_terminator(Z::find(P(1, 0), false)) && is_terminator(Z::find(P(39600, 0), true)));
@@ -289,11 +284,8 @@ TEST(DateStatusArgTest, TextsAreTheLocaleFormsAndEqualityIsByKindThenValue) {
     c.first->to_string(out);
     EXPECT_TRUE(nym_test::utf8(out) == c.second && !out.empty());
     for (const auto& other : texts) EXPECT_EQ(*c.first == *other.first, c.first == other.first);
-    struct Destroy {
-      void operator()(Nym_status_arg* arg) const { arg->destroy(); }
-    };
-    const Ovt_auto_ptr<Nym_status_arg, Destroy> copy(c.first->clone(nullptr));
-    EXPECT_TRUE(*copy == *c.first && *c.first == *copy);
+    Nym_status holder(1, *c.first);  // held by a clone
+    EXPECT_TRUE(*holder.begin()[0] == *c.first && *c.first == *holder.begin()[0] && holder.begin()[0] != c.first);
   }
   EXPECT_FALSE(Nym_time_status_arg(Nym_time()) == Nym_int_status_arg(0));
   EXPECT_TRUE(Nym_date_and_time_status_arg(at(1, 7, 2024, 12, 0, 0, Z::EST)) ==

@@ -158,16 +158,11 @@ TEST(DateTest, TmAndFormats) {
   // the four-digit year once each, in one of the three orders, with one separator.
   const Nstring x = text(d, u"%x");
   bool matched = false;
-  for (const char* order : {"dmy", "mdy", "ymd"}) {
-    Nstring p[3];
-    for (int i = 0; i < 3; ++i) p[i] = order[i] == 'd' ? "05" : order[i] == 'm' ? "03" : "2024";
-    if (x.size() <= p[0].size() + p[1].size() + p[2].size() || x.rfind(p[0], 0) != 0 ||
-        x.compare(x.size() - p[2].size(), p[2].size(), p[2]) != 0) {
-      continue;
-    }
-    const Nstring middle = x.substr(p[0].size(), x.size() - p[0].size() - p[2].size());
-    const Nstring sep = middle.substr(0, (middle.size() - p[1].size()) / 2);
-    matched = matched || (!sep.empty() && middle == sep + p[1] + sep);
+  for (const char* order : {"05 03 2024", "03 05 2024", "2024 03 05"}) {
+    const Nstring o = order, a = o.substr(0, o.find(' ')), b = o.substr(a.size() + 1, 2), c = o.substr(a.size() + 4);
+    const std::size_t sep = x.find(b, a.size()) - a.size();
+    matched = matched || (x.rfind(a, 0) == 0 && sep > 0 &&
+                          x == a + x.substr(a.size(), sep) + b + x.substr(a.size(), sep) + c);
   }
   EXPECT_TRUE(matched) << x;
 }
