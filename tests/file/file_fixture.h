@@ -27,9 +27,29 @@ class File_test : public testing::Test {
     ASSERT_TRUE(std::filesystem::create_directory(dir));
     m_dir = dir.u16string() + u"\\";
   }
-  void TearDown() override {
-    std::error_code ignored;
-    std::filesystem::remove_all(std::filesystem::path(m_dir), ignored);
+  void TearDown() override { remove_tree(m_dir); }
+
+  // Everything below `dir` (which ends in a separator), read-only files too and links as
+  // names, then `dir` itself.
+  static void remove_tree(const nym::Wstring& dir) {
+    WIN32_FIND_DATAW found;
+    const HANDLE listing = FindFirstFileW(win(dir + u"*"), &found);
+    if (listing != INVALID_HANDLE_VALUE) {
+      do {
+        const nym::Wstring name = reinterpret_cast<const char16_t*>(found.cFileName);
+        if (name == u"." || name == u"..") continue;
+        const nym::Wstring entry = dir + name;
+        SetFileAttributesW(win(entry), FILE_ATTRIBUTE_NORMAL);
+        const DWORD kind = found.dwFileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT);
+        if (kind == FILE_ATTRIBUTE_DIRECTORY) {
+          remove_tree(entry + u"\\");
+        } else if (!DeleteFileW(win(entry))) {
+          RemoveDirectoryW(win(entry));
+        }
+      } while (FindNextFileW(listing, &found));
+      FindClose(listing);
+    }
+    RemoveDirectoryW(win(dir));
   }
 
   nym::Wstring path(const char* name) const { return m_dir + wide(name); }

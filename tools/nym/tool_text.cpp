@@ -14,6 +14,12 @@ std::string utf8(const std::u16string& text) {
   return out;
 }
 
+std::u16string wide(const std::string& utf8) {
+  std::u16string text;
+  nym::nym_string_append(text, utf8.c_str());
+  return text;
+}
+
 bool read_whole_file(const std::string& path, std::string& bytes, std::string& error) {
   std::FILE* f = std::fopen(path.c_str(), "rb");
   if (f == nullptr) {
