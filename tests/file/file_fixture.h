@@ -10,7 +10,6 @@
 
 #include <filesystem>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include "nym/status.h"
