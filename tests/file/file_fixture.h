@@ -1,6 +1,6 @@
 // What the file tests share: a fresh directory per test under the system's temporary folder,
-// and bytes put and taken with the standard streams, so that the file classes are checked
-// against the system rather than against themselves.
+// and bytes put and taken without the library, so that the file classes are checked against
+// the system rather than against themselves.
 #ifndef NYM_TESTS_FILE_FILE_FIXTURE_H
 #define NYM_TESTS_FILE_FILE_FIXTURE_H
 
@@ -10,9 +10,7 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
-#include <system_error>
 #include <vector>
 
 #include "nym/status.h"
@@ -43,10 +41,16 @@ class File_test : public testing::Test {
   static void put(const nym::Wstring& file, const std::string& bytes) {
     ASSERT_TRUE(std::ofstream(std::filesystem::path(file), std::ios::binary) << bytes);
   }
-  // The file's bytes, or "(missing)".
+  // The file's bytes, or "(missing)"; read sharing all, as the files under test may be open.
   static std::string take(const nym::Wstring& file) {
-    std::ifstream in(std::filesystem::path(file), std::ios::binary);
-    return in ? std::string(std::istreambuf_iterator<char>(in), {}) : "(missing)";
+    const HANDLE h = CreateFileW(win(file), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                 nullptr, OPEN_EXISTING, 0, nullptr);
+    if (h == INVALID_HANDLE_VALUE) return "(missing)";
+    std::string bytes(GetFileSize(h, nullptr), '\0');
+    DWORD n = 0;
+    const BOOL ok = ReadFile(h, &bytes[0], DWORD(bytes.size()), &n, nullptr);
+    CloseHandle(h);
+    return ok ? bytes.substr(0, n) : "(unreadable)";
   }
   static bool exists(const nym::Wstring& file) { return GetFileAttributesW(win(file)) != INVALID_FILE_ATTRIBUTES; }
 

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <string>
 #include <tuple>
 #include <vector>
 
@@ -53,8 +52,7 @@ TEST(PathTest, DriveUncAndKind) {
     const std::string kind{static_cast<char>(p.drive()), p.has_unc() ? 'U' : '-', p.is_absolute() ? 'A' : '-',
                            p.is_file_path() ? 'F' : '-'};
     EXPECT_EQ(kind, expected) << utf8(text);
-    EXPECT_EQ(p.has_drive(), kind[0] != ' ');
-    EXPECT_NE(p.is_relative(), p.is_absolute());
+    EXPECT_TRUE(p.has_drive() == (kind[0] != ' ') && p.is_relative() != p.is_absolute());
   }
   EXPECT_EQ(as_path(u"\\\\srv\\a.b").share(), u"a") << "a share that ends the text reads as its base";
   EXPECT_EQ(as_path(u"\\\\s\\sh\\d").unc(), u"\\\\s\\sh");
@@ -64,8 +62,7 @@ TEST(PathTest, DriveUncAndKind) {
 TEST(PathTest, ConstructorsJoinAndSimplify) {
   const std::pair<Nym_path, const char16_t*> cases[] = {
       {Nym_path(u"a/b\\..\\c"), u"a\\c"}, {Nym_path(u"", u"f"), u"f"}, {Nym_path(u"\\", u"f"), u"\\f"},
-      {Nym_path(u"a", u"f"), u"a\\f"}, {Nym_path(u"a\\", u"f"), u"a\\f"}, {Nym_path(u"a\\..", u"f"), u"f"},
-      {Nym_path(u"d", u"f", u"txt"), u"d\\f.txt"}, {Nym_path(u"d", u"f", u""), u"d\\f"},
+      {Nym_path(u"a", u"f"), u"a\\f"}, {Nym_path(u"a\\..", u"f"), u"f"}, {Nym_path(u"d", u"f", u"txt"), u"d\\f.txt"},
       {Nym_path(u"s", u"sh", u"d", u"f"), u"\\\\s\\sh\\d\\f"}, {Nym_path(u"s", u"sh", u"", u"f"), u"\\\\s\\sh\\f"},
       {Nym_path(u"s", u"sh", u"\\", u"f"), u"\\\\s\\sh\\f"}, {Nym_path(u"s", u"sh", u"d", u"f", u"x"), u"\\\\s\\sh\\d\\f.x"},
       {Nym_path(u'c', u"a", u"f"), u"c:\\a\\f"}, {Nym_path(u'c', u"", u""), u"c:\\"},
@@ -80,9 +77,7 @@ TEST(PathTest, ConstructorsJoinAndSimplify) {
 // Only ASCII letters are drive letters: not Latin-1 letters, and not the units 0x100 above
 // the ASCII ones, which a byte-wide isalpha table would take for them.
 TEST(PathTest, DriveLetterIsAscii) {
-  std::vector<unsigned> units{0x3A3, 0x4141, 0xFF21, 0xFF41, 0xFFFF};
-  for (unsigned c = 0; c < 0x200; ++c) units.push_back(c);
-  for (const unsigned c : units) {
+  for (unsigned c = 0; c < 0x10000; ++c) {
     Nym_path p;
     const bool accepted = what_of([&] { p.drive(static_cast<Wchar>(c)); }) == "(nothing raised)";
     ASSERT_EQ(accepted, (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')) << std::hex << c;
@@ -99,7 +94,6 @@ TEST(PathTest, Setters) {
       {u"a", [](Nym_path& p) { p.drive_separator(u'|').drive(u'c'); }, u"c|a\\"},
       {u"c:\\a", [](Nym_path& p) { p.unc(u"s", u"sh"); }, u"\\\\s\\sh\\a"},
       {u"\\\\s\\sh\\a", [](Nym_path& p) { p.server(u"t").share(u"h"); }, u"\\\\t\\h\\a"},
-      {u"\\\\s\\sh\\d\\f", [](Nym_path& p) { p.remove_unc(); }, u"\\d\\f"},
       {u"\\\\s\\sh", [](Nym_path& p) { p.remove_unc(); }, u""},
       {u"c:\\a\\b\\f.txt", [](Nym_path& p) { p.directory(u"x"); }, u"c:\\x\\f.txt"},
       {u"c:\\a\\f.txt", [](Nym_path& p) { p.filename(u"g.x").base(u"h"); }, u"c:\\a\\h.x"},
@@ -123,7 +117,6 @@ TEST(PathTest, SetterFailuresLeaveThePath) {
       {u"\\\\s\\sh", [](Nym_path& p) { p.server(u""); }, "Server name cannot be empty."},
       {u"c:\\a", [](Nym_path& p) { p.unc(u"", u"x"); }, "UNC server or share name is empty."},
       {u"\\\\srv", [](Nym_path& p) { p.unc(u"s", u"x"); }, "level index out of range."},
-      {u"c:\\a", [](Nym_path& p) { p.drive(u'\x00E9'); }, "Invalid drive letter."},
       {u"c:\\a\\f", [](Nym_path& p) { p.level(2, u"x"); }, "level index out of range."},
       // NYM_NPOS plus the drive's or the UNC's offset must not wrap round to level 0 or 1.
       {u"c:\\a\\f", [](Nym_path& p) { p.level(NYM_NPOS, u"x"); }, "level index out of range."},
@@ -134,36 +127,7 @@ TEST(PathTest, SetterFailuresLeaveThePath) {
     EXPECT_EQ(what_of([&] { edit(p); }), what) << utf8(text);
     EXPECT_EQ(Wstring(p), text);
   }
-  Nym_path p = as_path(u"c:\\a");
-  EXPECT_THROW(p.server(u"s"), Nym_path::No_unc);
-}
-
-// The separators belong to one object: copies get the defaults, assignment keeps the target's.
-TEST(PathTest, SeparatorsDoNotTravel) {
-  Nym_path slashed;
-  slashed.path_separator(u'/').extension_separator(u'_').drive_separator(u'|');
-  slashed = Wstring(u"c|/a/f_x");
-  EXPECT_EQ(Wstring{slashed.drive()} + slashed.extension(), u"cx");
-  Nym_path copy(slashed);
-  EXPECT_EQ(Wstring({copy.path_separator(), copy.drive_separator(), copy.extension_separator()}), u"\\:.");
-  EXPECT_EQ(Wstring(copy), u"c|/a/f_x") << "the copy is not simplified";
-  EXPECT_EQ(Wstring(slashed.simplified()), u"c|\\a\\f_x") << "value results have the defaults";
-  // simplify turns slashes and backslashes alike into the target's separator.
-  Nym_path third;
-  third.path_separator(u'|');
-  third = copy;
-  EXPECT_EQ(third.path_separator(), u'|');
-  third = Wstring(u"a/b\\c|.|d");
-  third.simplify();
-  EXPECT_EQ(Wstring(third), u"a|b|c|d");
-}
-
-TEST(PathTest, Comparisons) {
-  const Nym_path a = as_path(u"c:\\a");
-  EXPECT_TRUE(a == Wstring(u"c:\\a") && a != as_path(u"C:\\a") && a != as_path(u"c:/a")) << "case counts, no simplifying";
-  EXPECT_TRUE(a < Wstring(u"c:\\a\\b") && !(a < a)) << "a prefix is the lesser";
-  EXPECT_TRUE(as_path(u"a") < as_path(u"\xFFFF") && !(as_path(u"\xFFFF") < as_path(u"a"))) << "units are unsigned";
-  EXPECT_TRUE(Nym_path::is_dot_directory(u"..") && !Nym_path::is_dot_directory(u"..."));
+  EXPECT_THROW(Nym_path(u"c:\\a").server(u"s"), Nym_path::No_unc);
 }
 
 }  // namespace
