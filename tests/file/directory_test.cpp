@@ -1,6 +1,8 @@
 // Directories and the operations on names, each test in a fresh directory of its own.
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include <tuple>
 
 #include "file_fixture.h"
@@ -146,6 +148,100 @@ TEST_F(DirectoryTest, FindsFilesAlongASearchPath) {
   std::vector<Wstring> all;
   nym_find_files(search, u"dll", all);
   EXPECT_EQ(all, (std::vector<Wstring>{path("d1\\w.dll"), path("d1\\x.dll"), path("d2\\x.dll")}));
+}
+
+// Each copy walks a scan of its own, and neither closes the other's handle.
+TEST_F(DirectoryTest, CopiedIteratorOwnsItsScan) {
+  tree({"a", "b", "c", "d"});
+  Nym_directory_iterator it(dir(), u"*", false);
+  ++it;
+  Nym_directory_iterator copy(it);
+  EXPECT_TRUE(copy == it);
+  std::string rest;
+  for (; !it.end(); ++it) rest += nym_test::utf8(it->name);
+  Nym_directory_iterator assigned(dir(), u"z*", false);
+  assigned = copy;
+  for (; !copy.end(); ++copy) rest += nym_test::utf8(copy->name);
+  for (; !assigned.end(); ++assigned) rest += nym_test::utf8(assigned->name);
+  EXPECT_EQ(rest, "bcdbcdbcd");
+}
+
+TEST_F(DirectoryTest, RenamesWithOrWithoutSeparators) {
+  tree({"a\\", "a\\f", "b\\", "c\\", "c\\x"});
+  Nym_status status;
+  Nym_directory::rename(path("a\\"), path("moved\\"), false, status);
+  EXPECT_TRUE(status.ok() && exists(path("moved\\f")));
+  Nym_directory::rename(path("moved"), path("c"), false, status);
+  EXPECT_EQ(chain(status), Codes{NYM_S_TARGET_DIRECTORY_EXISTS});
+  Nym_directory::rename(path("moved"), path("c"), true, status);
+  EXPECT_EQ(chain(status), (Codes{NYM_S_DIRECTORY_REMOVE_FAILED, sys(ERROR_DIR_NOT_EMPTY)}));
+  Nym_directory::rename(path("moved"), path("b"), true, status);
+  EXPECT_TRUE(status.ok() && exists(path("b\\f")));
+}
+
+// A file held open without delete sharing waits on the list; each later call tries it again.
+TEST_F(DirectoryTest, RetryRemoveKeepsHeldFilesUntilTheyGo) {
+  tree({"held"});
+  const HANDLE h = CreateFileW(win(path("held")), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  ASSERT_NE(h, INVALID_HANDLE_VALUE);
+  Nym_status status;
+  Nym_file::retry_remove(path("held"), status);
+  EXPECT_TRUE(status == ERROR_SHARING_VIOLATION && exists(path("held")));
+  CloseHandle(h);
+  status.clear();
+  Nym_file::retry_remove(path("absent"), status);
+  EXPECT_EQ(status, ERROR_FILE_NOT_FOUND);
+  EXPECT_FALSE(exists(path("held")));
+}
+
+TEST_F(DirectoryTest, TempNamesAreFreeAndDistinct) {
+  const Wstring first = Nym_file::temp_name(dir(), u"tmp");
+  const std::regex form("pid" + std::to_string(GetCurrentProcessId()) + "_[0-9]+\\.tmp");
+  ASSERT_EQ(first.compare(0, dir().size(), dir()), 0);
+  EXPECT_TRUE(std::regex_match(nym_test::utf8(first.substr(dir().size())), form)) << nym_test::utf8(first);
+  put(first, "");
+  const Wstring second = Nym_file::temp_name(dir(), u"tmp");
+  EXPECT_NE(first, second);
+  EXPECT_FALSE(exists(second));
+}
+
+// The temporary directory's chain under each environment (msvcrt's, which _wputenv sets); the
+// registry key of its third step, missing under Wine, is made here and goes again if new.
+TEST_F(DirectoryTest, TempDirectoryChain) {
+  const Wstring& settled = Nym_directory::temp_directory();
+  HKEY key = nullptr;
+  DWORD made = 0;
+  ASSERT_EQ(RegCreateKeyExW(HKEY_USERS, L".DEFAULT\\Environment", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, &made), 0);
+  const wchar_t* tmp = _wgetenv(L"TMP");
+  const std::wstring saved = L"TMP=" + std::wstring(tmp != nullptr ? tmp : L"");
+  const struct {
+    const wchar_t* qx_tmp;
+    const wchar_t* tmp;
+    DWORD type;  // of the registry's TMP; 0 none
+    const wchar_t* value;
+    const char* expected;
+  } rows[] = {
+      {L"QX_TMP=C:\\qx", L"TMP=C:\\t", REG_SZ, L"C:\\reg", "C:\\qx\\"},
+      {L"QX_TMP=", L"TMP=C:\\t", REG_SZ, L"C:\\reg", "C:\\t\\"},
+      {L"QX_TMP=", L"TMP=", REG_SZ, L"D:\\reg", "D:\\reg\\"},
+      {L"QX_TMP=", L"TMP=", REG_EXPAND_SZ, L"%NYM_TEST_ROOT%\\x", "C:\\root\\x\\"},
+      {L"QX_TMP=", L"TMP=", REG_DWORD, L"", ""},
+      {L"QX_TMP=", L"TMP=", 0, nullptr, "C:\\"},
+  };
+  _wputenv(L"NYM_TEST_ROOT=C:\\root");
+  for (const auto& r : rows) {
+    _wputenv(r.qx_tmp);
+    _wputenv(r.tmp);
+    RegDeleteValueW(key, L"TMP");
+    if (r.type != 0) RegSetValueExW(key, L"TMP", 0, r.type, reinterpret_cast<const BYTE*>(r.value), 2 * (wcslen(r.value) + 1));
+    EXPECT_EQ(nym_test::utf8(impl::nym_temp_directory_chain()), r.expected);
+  }
+  _wputenv(L"NYM_TEST_ROOT=");
+  _wputenv(saved.c_str());
+  RegDeleteValueW(key, L"TMP");
+  RegCloseKey(key);
+  if (made == REG_CREATED_NEW_KEY) RegDeleteKeyW(HKEY_USERS, L".DEFAULT\\Environment");
+  EXPECT_EQ(&Nym_directory::temp_directory(), &settled);  // the first answer stays
 }
 
 }  // namespace

@@ -130,4 +130,41 @@ TEST(PathTest, SetterFailuresLeaveThePath) {
   EXPECT_THROW(Nym_path(u"c:\\a").server(u"s"), Nym_path::No_unc);
 }
 
+// The separators belong to one object: copies get the defaults, assignment keeps the target's.
+TEST(PathTest, SeparatorsDoNotTravel) {
+  Nym_path slashed;
+  slashed.path_separator(u'/').extension_separator(u'_').drive_separator(u'|');
+  slashed = Wstring(u"c|/a/f_x");
+  EXPECT_EQ(slashed.drive(), u'c');
+  EXPECT_EQ(slashed.extension(), u"x");
+  const Nym_path copy(slashed);
+  const Wstring separators{copy.path_separator(), copy.drive_separator(), copy.extension_separator()};
+  EXPECT_EQ(separators, u"\\:.");
+  EXPECT_EQ(Wstring(copy), u"c|/a/f_x") << "the copy is not simplified";
+  EXPECT_EQ(Wstring(slashed.simplified()), u"c|\\a\\f_x") << "value results have the defaults";
+  Nym_path target;
+  target.path_separator(u'/');
+  target = copy;
+  EXPECT_EQ(target.path_separator(), u'/');
+  // simplify turns slashes and backslashes alike into a third separator.
+  Nym_path third;
+  third.path_separator(u'|');
+  third = Wstring(u"a/b\\c|.|d");
+  third.simplify();
+  EXPECT_EQ(Wstring(third), u"a|b|c|d");
+}
+
+TEST(PathTest, Comparisons) {
+  const Nym_path a = as_path(u"c:\\a");
+  EXPECT_TRUE(a == Wstring(u"c:\\a") && a != as_path(u"C:\\a")) << "case counts, also in the drive letter";
+  EXPECT_TRUE(a != as_path(u"c:/a")) << "no simplification";
+  EXPECT_TRUE(a < Wstring(u"c:\\a\\b") && !(a < a)) << "a prefix is the lesser";
+  EXPECT_TRUE(as_path(u"a") < as_path(u"\xFFFF") && !(as_path(u"\xFFFF") < as_path(u"a"))) << "units are unsigned";
+  EXPECT_TRUE(Nym_path::is_dot_directory(u"..") && !Nym_path::is_dot_directory(u"..."));
+  Wstring s = u"a";
+  Nym_path::append_path_separator(s);
+  Nym_path::append_path_separator(s);
+  EXPECT_EQ(s, u"a\\");
+}
+
 }  // namespace

@@ -19,12 +19,20 @@ namespace {
 
 const char* const INVALID = "Nym_status::from_xml() - Invalid XML format";
 
+// Counts what the test's document allocates.
+struct Counting_memory : MemoryManager {
+  MemoryManager* getExceptionMemoryManager() override { return this; }
+  void* allocate(XMLSize_t size) override { return ++allocations, ::operator new(size); }
+  void deallocate(void* p) override { ::operator delete(p); }
+  long allocations = 0;
+};
+
 class StatusXmlTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() { XMLPlatformUtils::Initialize(); }
   static void TearDownTestSuite() { XMLPlatformUtils::Terminate(); }
   StatusXmlTest()
-      : document(DOMImplementationRegistry::getDOMImplementation(u"LS")->createDocument(nullptr, u"S", nullptr)) {}
+      : document(DOMImplementationRegistry::getDOMImplementation(u"LS")->createDocument(nullptr, u"S", nullptr, &memory)) {}
   ~StatusXmlTest() override { document->release(); }
 
   // A status element of this value with one Arg for each (type, value) pair given.
@@ -49,6 +57,7 @@ class StatusXmlTest : public ::testing::Test {
     return status;
   }
 
+  Counting_memory memory;  // before the document, which allocates through it
   DOMDocument* document;
 };
 
@@ -119,8 +128,14 @@ TEST_F(StatusXmlTest, HostileDocumentsAreRefusedOrReadWithinBounds) {
   EXPECT_EQ(status.num_args(), 3u);  // added to what it held
   EXPECT_EQ(status.child()->value(), 8u);
   EXPECT_FALSE(status.child()->has_child());
-  // A hundred thousand levels cost no stack.
+  // A hundred thousand levels cost no stack, and reading makes nothing in the caller's document.
   Nym_status deep;
   for (unsigned int i = 0; i < 100000; ++i) deep.push(i + 1, Nym_uint_status_arg(i));
-  EXPECT_TRUE(read(written(deep)).compare(deep, true, true));
+  const DOMElement* e = written(deep);
+  const long before = memory.allocations;
+  EXPECT_TRUE(read(e).compare(deep, true, true));
+  const DOMNode* last = e;
+  while (last->getLastChild() != nullptr) last = last->getLastChild();  // the deepest status's Arg
+  for (int i = 0; i < 20000; ++i) read(last->getParentNode());
+  EXPECT_EQ(memory.allocations, before);
 }
