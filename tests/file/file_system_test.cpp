@@ -1,7 +1,5 @@
 // Nym_file_system: every answer of the system's drive-type call through the seam (Wine calls
 // every mapped drive fixed), and the type and statistics of real volumes.
-#include <windows.h>
-
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -10,7 +8,6 @@
 #include "path_test_support.h"
 
 using namespace nym;
-using nym_test::utf8;
 
 namespace {
 
@@ -38,27 +35,11 @@ TEST(FileSystemTest, TypeMapsEverySystemAnswerOfThePathsRoot) {
 
 TEST(FileSystemTest, RealVolumes) {
   EXPECT_EQ(Nym_file_system::type(u"C:\\"), Nym_file_system::FIXED_DISK);
-  EXPECT_EQ(Nym_file_system(u"relative\\f").type(), Nym_file_system::FIXED_DISK)
-      << "a relative path asks about the current directory's volume";
   int64 total = -1, free = -1, available = -1;
   Nym_status status = 5;
   Nym_file_system(u"C:\\Windows\\f").stats(total, free, available, status);
-  ASSERT_TRUE(status.is_clear());
-  EXPECT_TRUE(total > 0 && free >= 0 && free <= total && available >= 0 && available <= total) << free << " " << available;
-  Nym_file_system::stats(u"", total, free, available, status);
-  EXPECT_TRUE(status.is_clear()) << "an empty root is the current directory's volume";
-
-  Wstring missing;  // a drive letter nothing is mapped to
-  for (int letter = 25; letter >= 3 && missing.empty(); --letter) {
-    if ((GetLogicalDrives() & (1u << letter)) == 0) missing = {static_cast<Wchar>(u'A' + letter), u':', u'\\'};
-  }
-  if (missing.empty()) GTEST_SKIP() << "every drive letter is mapped";
-  EXPECT_EQ(Nym_file_system::type(missing), Nym_file_system::NO_ROOT) << utf8(missing);
-  total = -7, free = -8, available = -9;
-  Nym_file_system(missing + u"dir\\f").stats(total, free, available, status);
-  EXPECT_TRUE(status.compare(Nym_status(NYM_S_VOLUME_STATS_FAILED, Nym_wstring_status_arg(missing)), true, false));
-  EXPECT_TRUE(status.has_child() && status.child()->is_error()) << "the system's code lies below";
-  EXPECT_TRUE(total == -7 && free == -8 && available == -9) << "a failure keeps the outputs";
+  EXPECT_TRUE(status.is_clear() && total > 0 && free >= 0 && free <= total && available >= 0 && available <= total)
+      << free << " " << available;
 }
 
 }  // namespace
