@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <thread>
+
+#include <stdexcept>
+
 #include <vector>
 
 #include "nym/acl.h"
@@ -22,6 +26,20 @@ unsigned int rights_of(const Nym_acl& acl, const Nym_security_id& who, Nym_statu
   unsigned int rights = 0xBAD;
   acl.get_rights(who, rights, status);
   return rights;
+}
+
+// A comparison that raises inside a look-up must give the lock back.
+TEST(GroupCacheTest, ALookUpThatRaisesReleasesTheLock) {
+  Nym_acl_group_cache cache;
+  std::vector<Nym_security_id> groups;
+  Nym_status error;
+  cache.get_groups(Nym_security_id(NYM_TRUSTEE_USERS), groups, error);  // the first look-up starts a period
+  cache.set_groups(Nym_security_id(NYM_TRUSTEE_ADMINISTRATORS), {Nym_security_id(NYM_TRUSTEE_EVERYONE)});
+  EXPECT_THROW(cache.get_groups(Nym_security_id(u"no such account 51c"), groups, error), std::runtime_error);
+  bool found = false;
+  std::thread other([&] { found = cache.get_groups(Nym_security_id(u"S-1-5-32-544"), groups, error); });
+  other.join();
+  EXPECT_TRUE(found);
 }
 
 }  // namespace

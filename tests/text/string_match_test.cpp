@@ -80,4 +80,32 @@ TEST(StringMatchTest, HashSameInBothEncodingsWithTheSignRule) {
             "nym_string_hash - null text.");
 }
 
+TEST(StringMatchTest, KnownAnswers) {
+  // text, pattern, exact answer, case-blind answer
+  const std::tuple<const char16_t*, const char16_t*, bool, bool> rows[] = {
+      {u"\U00010000", u"?", true, true}, {u"aXbYc", u"a*b*c", true, true}, {u"ab", u"a*b*c", false, false},
+      {u"ABC", u"abc", false, true},    {u"\u00C9t\u00C9", u"\u00E9t?", false, true},
+      {u"readme", u"*.*", false, false}, {u"\U00010400", u"\U00010428", false, true},
+  };
+  for (const auto& [text, pattern, exact, blind] : rows) {
+    EXPECT_EQ(nym_string_match(text, pattern), exact) << nym_test::utf8(text) << " / " << nym_test::utf8(pattern);
+    EXPECT_EQ(nym_string_match_nc(text, pattern), blind) << nym_test::utf8(text) << " / " << nym_test::utf8(pattern);
+  }
+}
+
+TEST(StringMatchTest, FindCaseBlind) {
+  EXPECT_EQ(nym_string_find_nc(Nstring("Hello"), Nstring("LL"), 0), 2u);
+  EXPECT_EQ(nym_string_find_nc(Nstring("Hello"), Nstring("LL"), 4), NYM_NPOS);
+  EXPECT_EQ(nym_string_find_nc(Nstring("Hello"), Nstring(""), 5), 5u);
+  EXPECT_EQ(nym_string_find_nc(Nstring("Hello"), Nstring(""), 6), NYM_NPOS);
+  EXPECT_EQ(nym_string_find_nc(Wstring(u"Stra\u00DFE \u00C9T\u00C9"), Wstring(u"\u00E9t\u00E9"), 0), 7u);
+  EXPECT_EQ(nym_string_find_nc(Wstring(u"ab"), Wstring(u"abc"), 0), NYM_NPOS);
+  const char* hello = "Hello";
+  EXPECT_EQ(nym_stristr(hello, "LLO"), hello + 2);
+  EXPECT_EQ(nym_stristr(hello, ""), hello);
+  EXPECT_EQ(nym_stristr(hello, nullptr), hello);
+  EXPECT_EQ(nym_stristr(hello, "lox"), nullptr);
+  EXPECT_STREQ(nym_stristr("aaab", "AAB"), "aab");
+}
+
 }  // namespace
