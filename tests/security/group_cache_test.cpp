@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+
+#include <stdexcept>
+
 #include <vector>
 
 #include "nym/acl.h"
@@ -25,6 +28,20 @@ unsigned int rights_of(const Nym_acl& acl, const Nym_security_id& who, Nym_statu
   return rights;
 }
 
+// A comparison that raises inside a look-up must give the lock back.
+TEST(GroupCacheTest, ALookUpThatRaisesReleasesTheLock) {
+  Nym_acl_group_cache cache;
+  std::vector<Nym_security_id> groups;
+  Nym_status error;
+  cache.get_groups(Nym_security_id(NYM_TRUSTEE_USERS), groups, error);  // the first look-up starts a period
+  cache.set_groups(Nym_security_id(NYM_TRUSTEE_ADMINISTRATORS), {Nym_security_id(NYM_TRUSTEE_EVERYONE)});
+  EXPECT_THROW(cache.get_groups(Nym_security_id(u"no such account 51c"), groups, error), std::runtime_error);
+  bool found = false;
+  std::thread other([&] { found = cache.get_groups(Nym_security_id(u"S-1-5-32-544"), groups, error); });
+  other.join();
+  EXPECT_TRUE(found);
+}
+
 }  // namespace
 
 TEST(GroupCacheTest, RightsCountThroughLocalAndGlobalGroups) {
@@ -39,7 +56,7 @@ TEST(GroupCacheTest, RightsCountThroughLocalAndGlobalGroups) {
   std::vector<Nym_security_id> groups;
   Nym_acl::get_groups(user, groups, status);
   EXPECT_EQ(groups, (std::vector<Nym_security_id>{BACKUP, PRINT, NYM_TRUSTEE_EVERYONE}));
-  EXPECT_EQ(accounts.last_server + accounts.last_account, user.account_name());
+  EXPECT_EQ(accounts.last_asked, user.account_name());
   // Trustees that aren't users belong to Everyone alone, without a question to the databases.
   Nym_acl::get_groups(Nym_security_id(NYM_TRUSTEE_ADMINISTRATORS), groups, status);
   EXPECT_TRUE(groups == std::vector<Nym_security_id>{NYM_TRUSTEE_EVERYONE} && accounts.local_calls == 1);
@@ -98,38 +115,6 @@ TEST(GroupCacheTest, UnknownUsersHaveNoGroupsAndShortListsAreErrors) {
     EXPECT_EQ(status.value(), c.code);
     EXPECT_TRUE(c.total < 0 ? status.num_args() == 0 : **status.begin() == Nym_int_status_arg(c.total));
   }
-}
-
-TEST(GroupCacheTest, DomainGroupsComeFromTheControllerNamedAfterTheirDomain) {
-  Fake_accounts accounts;
-  accounts.global.names = {u"Domain Users", u"Staff"};
-  const Nym_security_id user(u"someone");
-  Nym_status status;
-  std::vector<Nym_security_id> groups;
-  nym_enumerate_domain_groups(user, u"CORP", groups, status);
-  EXPECT_TRUE(groups.empty() && status.is_clear() && accounts.global_calls == 0) << "no controller: no groups, no error";
-  accounts.controller_code = 0;
-  accounts.controller = u"\\\\DC1";
-  nym_enumerate_domain_groups(user, u"CORP", groups, status);
-  nym_enumerate_domain_groups(user, u"", groups, status);
-  std::vector<Wstring> names;
-  for (const Nym_security_id& id : groups) names.push_back(id.account_name());
-  EXPECT_EQ(names, (std::vector<Wstring>{u"CORP\\Domain Users", u"CORP\\Staff", u"Domain Users", u"Staff"}));
-  EXPECT_TRUE(accounts.last_server + accounts.last_account == u"\\\\DC1someone" && accounts.local_calls == 0);
-}
-
-// A comparison that raises inside a look-up must give the lock back.
-TEST(GroupCacheTest, ALookUpThatRaisesReleasesTheLock) {
-  Nym_acl_group_cache cache;
-  std::vector<Nym_security_id> groups;
-  Nym_status error;
-  cache.get_groups(Nym_security_id(NYM_TRUSTEE_USERS), groups, error);  // the first look-up starts a period
-  cache.set_groups(Nym_security_id(NYM_TRUSTEE_ADMINISTRATORS), {Nym_security_id(NYM_TRUSTEE_EVERYONE)});
-  EXPECT_THROW(cache.get_groups(Nym_security_id(u"no such account 51c"), groups, error), std::runtime_error);
-  bool found = false;
-  std::thread other([&] { found = cache.get_groups(Nym_security_id(u"S-1-5-32-544"), groups, error); });
-  other.join();
-  EXPECT_TRUE(found);
 }
 
 // The system's own databases: Windows lists the user's groups; Wine answers NetUserGetGroups

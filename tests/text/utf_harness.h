@@ -1,8 +1,6 @@
-// The one differential harness of the UTF conversions, shared by the unit tests and the fuzz
-// target: the whole-text conversions, their bounded form and every kernel on its own must give
-// what the plain character-at-a-time walkers give, byte for byte, and stop where they stop.
-// Appending agrees with converting. Each check answers the first difference it finds, or an
-// empty text.
+// The UTF differential harness of the unit tests and the fuzz target: whole-text conversions, their
+// bounded form, appending and every kernel must give what the walkers give and stop where they
+// stop. Each check answers the first difference it finds, or an empty text.
 #ifndef NYM_TEST_UTF_HARNESS_H
 #define NYM_TEST_UTF_HARNESS_H
 
@@ -17,9 +15,8 @@ namespace nym_test {
 
 inline const unsigned char* utf8_bytes(const std::string& s) { return reinterpret_cast<const unsigned char*>(s.data()); }
 
-// UTF-8 to UTF-16: `text` as terminated text, its first `bound` bytes (a sequence that starts
-// before the bound takes its continuation bytes past it), and each kernel over [0, bound) of
-// the bytes as they are, NULs included.
+// UTF-8 to UTF-16: `text` as terminated text, its first `bound` bytes (a sequence started before
+// the bound takes its continuation past it), and each kernel over [0, bound), NULs included.
 inline std::string check_utf8(const std::string& text, std::size_t bound) {
   using namespace nym;
   const unsigned char* const p = utf8_bytes(text);
