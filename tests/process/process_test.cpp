@@ -1,5 +1,3 @@
-#include "nym/process.h"
-
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -7,6 +5,7 @@
 #include <vector>
 
 #include "helper_process.h"
+#include "nym/process.h"
 #include "nym/status.h"
 #include "resource_count.h"
 #include "test_helpers.h"

@@ -1,5 +1,3 @@
-#include "nym/thread.h"
-
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -11,6 +9,7 @@
 #include <thread>
 #include <vector>
 
+#include "nym/thread.h"
 #include "resource_count.h"
 #include "test_helpers.h"
 
