@@ -32,43 +32,44 @@ std::string arg_text(const Nym_status& status, unsigned int index) {
 
 // Modes 0 and 1 wait inside the call; the command line is the arguments alone, so the program's own
 // name comes first in them. Any exit code is a result, -1 too: it never stands for a process handle
-// (which would be the calling process itself).
-TEST(ProcessTest, WaitingModesGiveTheExitCodeWhateverItIs) {
-  const int cases[][2] = {{1, 7}, {0, -1}, {1, -1}, {0, 2147483647}};  // mode, exit code
-  for (const auto& c : cases) {
-    Nym_status status(NYM_S_NO_MEMORY), untouched(NYM_S_NO_MEMORY);
-    const Wstring args = u"helper exit " + wide(std::to_wstring(c[1]));
-    Nym_process process(helper(), args, Nym_process_details{static_cast<unsigned int>(c[0])}, status);
-    EXPECT_TRUE(status.is_clear()) << c[0] << " " << c[1];
-    EXPECT_FALSE(process.is_running() || process.id() != 0);
-    EXPECT_EQ(process.get_exit_code(untouched), static_cast<unsigned int>(c[1]));
-    process.terminate(untouched, 1000);  // no process: nothing is ended, this one least of all
-    EXPECT_EQ(untouched, NYM_S_NO_MEMORY) << "left as it came";
-  }
-}
-
-TEST(ProcessTest, AProgramThatCantBeFoundIsNotStarted) {
-  const Wstring quoted = u"\"" + helper() + u"\"";
+// (which would be the calling process itself). Mode 2's file to run is the name without its quotes;
+// its command line keeps them. Other modes start nothing; a program that can't be found is not
+// started and is named in the status.
+TEST(ProcessTest, AStartThatEndsGivesTheExitCodeWhateverItIsOrSaysWhyNot) {
+  const Wstring missing = u"no-such-program-here", quoted = u"\"" + helper() + u"\"";
   struct Case {
     Wstring program;
     unsigned int mode;
+    int code;  // the exit code asked for and given back, if it starts
+    bool starts;
   };
-  const Case cases[] = {
-      {u"no-such-program-here", 0}, {u"no-such-program-here", 2}, {u"", 2}, {quoted, 0}, {helper() + u'\0' + u"x", 2}};
+  const Case cases[] = {{helper(), 1, 7, true},
+                        {helper(), 0, -1, true},
+                        {helper(), 1, -1, true},
+                        {helper(), 0, 2147483647, true},
+                        {quoted, 2, 3, true},
+                        {helper(), 7, 0, true},
+                        {missing, 0, 0, false},
+                        {missing, 2, 0, false},
+                        {u"", 2, 0, false},
+                        {quoted, 0, 0, false},
+                        {helper() + u'\0' + u"x", 2, 0, false}};
   for (const Case& c : cases) {
-    Nym_status status;
-    Nym_process process(c.program, u"helper exit 0", Nym_process_details{c.mode, true, 20000}, status);
-    EXPECT_EQ(status, NYM_S_PROCESS_START_FAILED) << nym_test::utf8(c.program);
-    EXPECT_EQ(arg_text(status, 0), nym_test::utf8(c.program));
+    const Wstring args = (c.mode == 2 ? u"exit " : u"helper exit ") + wide(std::to_wstring(c.code));
+    SCOPED_TRACE(nym_test::utf8(c.program + u" " + args) + " mode " + std::to_string(c.mode));
+    Nym_status status(NYM_S_NO_MEMORY), untouched(NYM_S_NO_MEMORY);
+    Nym_process process(c.program, args, Nym_process_details{c.mode, true, 20000}, status);
     EXPECT_FALSE(process.is_running() || process.id() != 0);
+    if (!c.starts) {
+      EXPECT_EQ(status, NYM_S_PROCESS_START_FAILED);
+      EXPECT_EQ(arg_text(status, 0), nym_test::utf8(c.program));
+      continue;
+    }
+    EXPECT_TRUE(status.is_clear());
+    EXPECT_EQ(process.get_exit_code(untouched), static_cast<unsigned int>(c.code));
+    process.terminate(untouched, 1000);  // no process: nothing is ended, this one least of all
+    EXPECT_EQ(untouched, NYM_S_NO_MEMORY) << "left as it came";
   }
-  Nym_status status;
-  Nym_process nothing(helper(), u"helper exit 0", Nym_process_details{7, true, 20000}, status);
-  EXPECT_TRUE(status.is_clear() && !nothing.is_running()) << "other modes start nothing";
-  // Mode 2's file to run is the name without its quotes; its command line keeps them.
-  Nym_process quoted_runs(quoted, u"exit 3", Nym_process_details{2, true, 20000}, status);
-  EXPECT_EQ(quoted_runs.get_exit_code(status), 3u);
-  EXPECT_TRUE(status.is_clear());
 }
 
 // Mode 2 goes on while the program runs; a wait that runs out says so, and the start stands. It is

@@ -26,33 +26,21 @@ using namespace nym;
 
 namespace {
 
-// Both ends of a pipe made with the system's own call, closed by this object unless closed before.
-struct Raw_pipe {
-  void* read = nullptr;
-  void* write = nullptr;
-  Raw_pipe() {
+// Both ends of a pipe made with the system's own call, and their closing.
 #if defined(_WIN32)
-    CreatePipe(reinterpret_cast<HANDLE*>(&read), reinterpret_cast<HANDLE*>(&write), nullptr, 0);
+void make_pipe(void*& read, void*& write) {
+  CreatePipe(reinterpret_cast<HANDLE*>(&read), reinterpret_cast<HANDLE*>(&write), nullptr, 0);
+}
+void close_end(void* end) { CloseHandle(end); }
 #else
-    int fds[2] = {};
-    pipe2(fds, O_CLOEXEC);
-    read = reinterpret_cast<void*>(intptr_t(fds[0]));
-    write = reinterpret_cast<void*>(intptr_t(fds[1]));
+void make_pipe(void*& read, void*& write) {
+  int fds[2] = {};
+  pipe2(fds, O_CLOEXEC);
+  read = reinterpret_cast<void*>(intptr_t(fds[0]));
+  write = reinterpret_cast<void*>(intptr_t(fds[1]));
+}
+void close_end(void* end) { ::close(static_cast<int>(reinterpret_cast<intptr_t>(end))); }
 #endif
-  }
-  ~Raw_pipe() {
-    close(read);
-    close(write);
-  }
-  static void close(void*& end) {
-#if defined(_WIN32)
-    if (end != nullptr) CloseHandle(end);
-#else
-    if (end != nullptr) ::close(static_cast<int>(reinterpret_cast<intptr_t>(end)));
-#endif
-    end = nullptr;
-  }
-};
 
 std::vector<unsigned char> pattern(size_t size) {
   std::vector<unsigned char> bytes(size);
@@ -119,21 +107,23 @@ TEST(PipeTest, AnAnonymousPipeCarriesEveryByteAndMovesItsHandles) {
 // A handle pair owns nothing: its ends stay open after it goes. The writer gone and the pipe
 // empty, the end of an anonymous pipe is a failed read.
 TEST(PipeTest, AHandlePairUsesButDoesNotOwnItsHandles) {
-  Raw_pipe raw;
-  ASSERT_NE(raw.write, nullptr);
+  void *read = nullptr, *write = nullptr;
+  make_pipe(read, write);
+  ASSERT_NE(write, nullptr);
   Nym_status status;
   unsigned char bytes[3] = {1, 2, 3};
   {
-    Nym_fdpair_pipe pair(raw.read, raw.write);
+    Nym_fdpair_pipe pair(read, write);
     const Nym_fdpair_pipe copy(pair);
     EXPECT_EQ(pair.write(bytes, 3, status), 3u);
   }
-  Nym_fdpair_pipe reader(raw.read, nullptr);
+  Nym_fdpair_pipe reader(read, nullptr);
   EXPECT_EQ(reader.read(bytes, 3, status), 3u);
-  Raw_pipe::close(raw.write);
+  close_end(write);
   EXPECT_EQ(reader.read(bytes, 3, status), 0u);
   EXPECT_EQ(status, NYM_S_PIPE_READ_FAILED);
   EXPECT_TRUE(status.has_child()) << "over the system's code";
+  close_end(read);
 }
 
 #if defined(_WIN32)
@@ -147,17 +137,9 @@ Wstring pipe_name(const char* what) {
 
 }  // namespace
 
-// A client without a server, and a server whose name holds U+0000 (which would name another pipe if
-// cut short), are closed and say why.
-TEST(NamedPipeTest, AnEndThatDidNotOpenSaysWhy) {
+// A server whose name holds U+0000, which would name another pipe if cut short, is refused.
+TEST(NamedPipeTest, ANameWithANulIsRefused) {
   Nym_status status;
-  Nym_named_pipe_client client(pipe_name("nobody"), u".", Nym_pipe_client_options(), status);
-  EXPECT_EQ(status, NYM_S_NAMED_PIPE_OPEN_FAILED);
-  ASSERT_TRUE(status.has_child());
-  EXPECT_EQ(*status.child(), ERROR_FILE_NOT_FOUND);
-  unsigned char one = 0;
-  EXPECT_EQ(client.read(&one, 1, status) + client.write(&one, 1, status), 0u);
-  EXPECT_EQ(status, NYM_S_NAMED_PIPE_NOT_OPEN);
   Nym_named_pipe_server server(pipe_name("nul") + Wstring(1, u'\0') + u"x", Nym_pipe_server_options(), status);
   EXPECT_EQ(status, NYM_S_NAMED_PIPE_CREATE_FAILED);
   EXPECT_EQ(*status.child(), ERROR_INVALID_NAME);

@@ -1,8 +1,7 @@
-// The Windows-only side of Nym_thread: suspend, resume, kill, priority, the component runtime,
-// security and hardware faults. Built with -fnon-call-exceptions, so that a fault in a thread's
+// The Windows-only side of Nym_thread: suspend, resume, kill, priority, security and hardware
+// faults. Built with -fnon-call-exceptions, so that a fault in a thread's
 // function can arrive as an exception.
 #include <gtest/gtest.h>
-#include <objbase.h>
 #include <windows.h>
 
 #include <atomic>
@@ -148,28 +147,6 @@ TEST(ThreadControlTest, KillWaitsWhileItsTargetIsInTheRegistrysLocks) {
   thread.suspend(status);
   EXPECT_EQ(status, NYM_S_THREAD_SUSPEND_FAILED) << "an ended thread isn't suspended";
   EXPECT_TRUE(starts_and_ends());
-}
-
-// The thread's apartment is the one asked for: asking for the other model in the thread is refused,
-// asking again for the same says it is there already; an unknown model is none.
-TEST(ThreadControlTest, TheComponentRuntimeIsInitialisedAsAsked) {
-  const HRESULT cases[][2] = {{NYM_THREAD_COM_NONE, S_OK},
-                              {NYM_THREAD_COM_APARTMENT, RPC_E_CHANGED_MODE},
-                              {NYM_THREAD_COM_MULTI, S_FALSE},
-                              {7, S_OK}};
-  for (const auto& c : cases) {
-    HRESULT seen = E_FAIL;
-    Nym_status status;
-    Nym_thread thread(
-        [](void* raw) {
-          const HRESULT hr = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-          if (SUCCEEDED(hr)) CoUninitialize();
-          *static_cast<HRESULT*>(raw) = hr;
-        },
-        &seen, status, false, 0, false, nullptr, static_cast<Nym_thread_COM>(c[0]));
-    thread.wait(status);
-    EXPECT_EQ(seen, c[1]) << c[0];
-  }
 }
 
 namespace {
