@@ -36,24 +36,16 @@ std::string arg_text(const Nym_status& status, unsigned int index) {
 // its command line keeps them. Other modes start nothing; a program that can't be found is not
 // started and is named in the status.
 TEST(ProcessTest, AStartThatEndsGivesTheExitCodeWhateverItIsOrSaysWhyNot) {
-  const Wstring missing = u"no-such-program-here", quoted = u"\"" + helper() + u"\"";
+  const Wstring h = helper(), missing = u"no-such-program-here", quoted = u"\"" + h + u"\"", cut = h + u'\0' + u"x";
   struct Case {
     Wstring program;
     unsigned int mode;
     int code;  // the exit code asked for and given back, if it starts
     bool starts;
   };
-  const Case cases[] = {{helper(), 1, 7, true},
-                        {helper(), 0, -1, true},
-                        {helper(), 1, -1, true},
-                        {helper(), 0, 2147483647, true},
-                        {quoted, 2, 3, true},
-                        {helper(), 7, 0, true},
-                        {missing, 0, 0, false},
-                        {missing, 2, 0, false},
-                        {u"", 2, 0, false},
-                        {quoted, 0, 0, false},
-                        {helper() + u'\0' + u"x", 2, 0, false}};
+  const Case cases[] = {{h, 1, 7, true},      {h, 0, -1, true},      {h, 1, -1, true},       {h, 0, 2147483647, true},
+                        {quoted, 2, 3, true}, {h, 7, 0, true},       {missing, 0, 0, false}, {missing, 2, 0, false},
+                        {u"", 2, 0, false},   {quoted, 0, 0, false}, {cut, 2, 0, false}};
   for (const Case& c : cases) {
     const Wstring args = (c.mode == 2 ? u"exit " : u"helper exit ") + wide(std::to_wstring(c.code));
     SCOPED_TRACE(nym_test::utf8(c.program + u" " + args) + " mode " + std::to_string(c.mode));

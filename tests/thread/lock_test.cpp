@@ -53,13 +53,6 @@ TEST(LockTest, ConcurrentHoldersLoseNoUpdate) {
   expect_no_update_lost(latch);
 }
 
-TEST(AtomicTest, TheCounterCountsFromOneAndWrapsToZero) {
-  Nym_atomic_counter<unsigned char> small;
-  for (int i = 1; i <= 255; ++i) ASSERT_EQ(small.next(), static_cast<unsigned char>(i));
-  EXPECT_EQ(small.next(), 0u);
-  EXPECT_EQ(small.next(), 1u);
-}
-
 // A buffer's reader group takes the section in one thread and may release it in another.
 TEST(CriticalTest, RecursiveForItsHolderAndReleasableElsewhere) {
   Nym_critical section(true);
@@ -72,13 +65,4 @@ TEST(CriticalTest, RecursiveForItsHolderAndReleasableElsewhere) {
   section.lock();
   std::thread([&] { section.unlock(); }).join();
   EXPECT_TRUE(free_elsewhere(section));
-}
-
-TEST(LatchTest, NotRecursiveAndAnUnlockOfAFreeLatchKeepsItFree) {
-  Nym_latch latch(true);
-  EXPECT_FALSE(latch.try_lock());
-  latch.unlock();
-  latch.unlock();
-  EXPECT_TRUE(latch.try_lock());
-  EXPECT_FALSE(latch.try_lock());
 }
