@@ -126,7 +126,7 @@ TEST(ThreadTest, WithoutAnObjectOrAPipeNoMessageComes) {
     ASSERT_EQ(reader.reading.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
     if (kind == 0) thread->post_message(1, 2, 3, status);
     EXPECT_EQ(status, kind == 0 ? NYM_S_POST_MESSAGE_FAILED : 0u);
-    EXPECT_TRUE(kind == 0 || !thread->wait(0, status)) << "waits for a message";
+    EXPECT_TRUE(kind == 0 ? thread->wait(20000, status) : !thread->wait(0, status)) << "waits for a message";
     thread.reset();
     ASSERT_EQ(reader.done.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
     EXPECT_TRUE(reader.status == NYM_S_GET_MESSAGE_FAILED || (kind != 0 && reader.status == NYM_S_NO_THREAD_OBJECT));
