@@ -15,7 +15,6 @@ using nym_test::what_of;
 
 TEST(MessageQueueTest, MessagesComeBackInOrderWithTheirThreeValues) {
   Nym_message_queue queue;
-  EXPECT_EQ(queue.read_message(), 0u);
   int payload[2] = {};
   using Message = std::tuple<unsigned int, void*, unsigned int>;
   const Message sent[] = {
@@ -61,7 +60,7 @@ TEST(MessageQueueTest, WaitingReadersShareTheMessagesInOrder) {
   std::vector<unsigned int> all;
   for (const auto& mine : seen) {
     for (size_t i = 1; i < mine.size(); ++i) {
-      if (mine[i] / MESSAGES == mine[i - 1] / MESSAGES) ASSERT_GT(mine[i], mine[i - 1]) << "out of order";
+      ASSERT_TRUE(mine[i] / MESSAGES != mine[i - 1] / MESSAGES || mine[i] > mine[i - 1]) << "out of order";
     }
     all.insert(all.end(), mine.begin(), mine.end());
   }
