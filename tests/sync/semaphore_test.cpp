@@ -1,14 +1,40 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <thread>
 #include <vector>
+
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <time.h>
+#endif
 
 #include "nym/semaphore.h"
 #include "test_helpers.h"
 
 using namespace nym;
 using nym_test::what_of;
+using std::chrono::milliseconds;
+
+namespace {
+
+// Processor time used by the calling thread so far.
+milliseconds thread_cpu_time() {
+#if defined(_WIN32)
+  FILETIME created, ended, kernel, user;
+  GetThreadTimes(GetCurrentThread(), &created, &ended, &kernel, &user);
+  auto ticks = [](const FILETIME& t) { return (static_cast<long long>(t.dwHighDateTime) << 32) | t.dwLowDateTime; };
+  return milliseconds((ticks(kernel) + ticks(user)) / 10000);
+#else
+  timespec now{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return milliseconds(now.tv_sec * 1000LL + now.tv_nsec / 1000000);
+#endif
+}
+
+}  // namespace
 
 // A give-back past the maximum is refused, with the count kept, also where the sum would wrap
 // round to a small number.
@@ -58,4 +84,27 @@ TEST(SemaphoreTest, MixedAmountsStayWithinTheMaximumAndAllFinish) {
   for (auto& t : threads) t.join();
   EXPECT_EQ(over, 0u);
   EXPECT_EQ(semaphore.count(), 0u);
+}
+
+// A waiter for more units than are free sleeps: a give-back that cannot serve it does not set it
+// spinning.
+TEST(SemaphoreTest, AWaiterForMoreThanIsFreeSleeps) {
+  const auto start = std::chrono::steady_clock::now();
+  for (const auto busy = thread_cpu_time(); thread_cpu_time() - busy < milliseconds(20);) {
+    if (std::chrono::steady_clock::now() - start > std::chrono::seconds(2)) GTEST_SKIP() << "no thread CPU clock here";
+  }
+  Nym_semaphore semaphore(0, 5), started(0, 1);
+  semaphore.unlock(1);  // a give-back: the waiter is told to look
+  milliseconds used{};
+  std::thread waiter([&] {
+    const auto before = thread_cpu_time();
+    started.unlock(1);
+    semaphore.lock(5);
+    used = thread_cpu_time() - before;
+  });
+  started.lock(1);
+  std::this_thread::sleep_for(std::chrono::seconds(1));  // the span measured, not a hand-over
+  semaphore.unlock(4);
+  waiter.join();
+  EXPECT_LT(used, milliseconds(100));
 }
