@@ -88,17 +88,13 @@ int exit_with(const Args& args) {
 }
 
 #if defined(_WIN32)
-// echo [<pipe>]: copies its standard input to its standard output, byte for byte, until the
-// input ends; given a pipe, it opens \\.\pipe\<pipe> as a Nym_named_pipe_client (waiting up to
-// 20 s for the server to make it or to free an instance) and sends back what it reads until the
-// server goes. Exit codes: 1 the output failed; 10 the pipe did not open within 20 s.
+// echo <pipe>: opens \\.\pipe\<pipe> as a Nym_named_pipe_client (waiting up to 20 s for the
+// server to make it or to free an instance) and sends back what it reads until the server goes.
+// Exit codes: 1 the output failed; 10 the pipe did not open within 20 s.
 int echo(const Args& args) {
   std::unique_ptr<nym::Nym_pipe> pipe;
-  if (args.empty()) {
-    pipe = std::make_unique<nym::Nym_fdpair_pipe>(GetStdHandle(STD_INPUT_HANDLE), GetStdHandle(STD_OUTPUT_HANDLE));
-  }
   nym::Wstring name;
-  nym::nym_utf8_to_utf16(args.empty() ? "" : args[0].c_str(), name);
+  nym::nym_utf8_to_utf16(args[0].c_str(), name);
   for (const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20); !pipe; Sleep(5)) {
     nym::Nym_status status;
     auto client = std::make_unique<nym::Nym_named_pipe_client>(name, u".", nym::Nym_pipe_client_options(), status);
@@ -207,7 +203,6 @@ const Command COMMANDS[] = {
     {"sleep", 1, sleep_for, "sleep <ms>"},
     {"exit", 1, exit_with, "exit <code>"},
 #if defined(_WIN32)
-    {"echo", 0, echo, "echo"},
     {"echo", 1, echo, "echo <pipe>"},
     {"mutex-handoff", 3, mutex_handoff, "mutex-handoff <name> <ready-handle> <release-handle>"},
     {"file-lock-hold", 6, file_lock_hold,

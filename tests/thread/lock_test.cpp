@@ -1,9 +1,7 @@
 // The lowest locks and the atomics they stand on.
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "nym/atomic.h"
@@ -22,14 +20,13 @@ bool free_elsewhere(Lock& lock) {
   return taken;
 }
 
-// Threads raise a plain counter under the lock and atomic ones beside it: a lost update shows a
+// Threads raise a plain counter under the lock and an atomic one beside it: a lost update shows a
 // lock that let two holders in, or an add that was not atomic.
 template <class Lock>
 void expect_no_update_lost(Lock& lock) {
-  constexpr int THREADS = 4, ROUNDS = 20000;
+  constexpr int THREADS = 4, ROUNDS = 5000;
   long long counter = 0;
   volatile int word = 0;
-  volatile short narrow = 0;
   std::vector<std::thread> threads;
   for (int t = 0; t < THREADS; ++t) {
     threads.emplace_back([&] {
@@ -39,49 +36,15 @@ void expect_no_update_lost(Lock& lock) {
         counter = seen + 1;
         lock.unlock();
         atomic::xadd(&word, 3);
-        atomic::xadd(&narrow, short(1));
       }
     });
   }
   for (auto& t : threads) t.join();
   EXPECT_EQ(counter, THREADS * ROUNDS);
   EXPECT_EQ(atomic::xadd(&word, 0), 3 * THREADS * ROUNDS);
-  EXPECT_EQ(atomic::xadd(&narrow, short(0)), short(THREADS * ROUNDS));
 }
 
 }  // namespace
-
-template <class T>
-class AtomicTest : public testing::Test {};
-using Widths = testing::Types<char, short, int>;
-TYPED_TEST_SUITE(AtomicTest, Widths);
-
-TYPED_TEST(AtomicTest, EachOperationAnswersTheValueBefore) {
-  using T = TypeParam;
-  volatile T word = 5;
-  EXPECT_EQ(atomic::xcompexch(&word, T(1), T(0)), T(5));
-  EXPECT_EQ(word, T(5)) << "stored only on a match";
-  EXPECT_EQ(atomic::xcompexch(&word, T(1), T(5)), T(5));
-  EXPECT_EQ(word, T(1));
-  EXPECT_EQ(atomic::xexchange(&word, T(40)), T(1));
-  EXPECT_EQ(atomic::xadd(&word, T(2)), T(40));
-  EXPECT_EQ(atomic::xadd(&word, T(-50)), T(42));
-  EXPECT_EQ(word, T(-8));
-  word = std::numeric_limits<T>::max();
-  atomic::xadd(&word, T(1));
-  EXPECT_EQ(word, std::numeric_limits<T>::min());
-}
-
-TEST(AtomicTest, TheCounterCountsFromOneAndWrapsToZero) {
-  Nym_atomic_counter<unsigned int> counter;
-  EXPECT_EQ(counter.next(), 1u);
-  EXPECT_EQ(counter.value(), 1u);
-  Nym_atomic_counter<unsigned char> small;
-  for (int i = 1; i <= 255; ++i) ASSERT_EQ(small.next(), static_cast<unsigned char>(i));
-  EXPECT_EQ(small.next(), 0u);
-  EXPECT_EQ(small.next(), 1u);
-  EXPECT_TRUE(free_elsewhere(atomic::section)) << "the library-wide lock starts free";
-}
 
 TEST(LockTest, ConcurrentHoldersLoseNoUpdate) {
   Nym_critical section;
@@ -93,43 +56,13 @@ TEST(LockTest, ConcurrentHoldersLoseNoUpdate) {
 // A buffer's reader group takes the section in one thread and may release it in another.
 TEST(CriticalTest, RecursiveForItsHolderAndReleasableElsewhere) {
   Nym_critical section(true);
-  EXPECT_FALSE(free_elsewhere(section)) << "constructed held by this thread";
   EXPECT_TRUE(section.try_lock());
-  section.lock();
   for (int i = 0; i < 2; ++i) {
+    EXPECT_FALSE(free_elsewhere(section)) << "held " << 2 - i << " times";
     section.unlock();
-    EXPECT_FALSE(free_elsewhere(section)) << "after unlock " << i + 1;
   }
-  section.unlock();
   EXPECT_TRUE(free_elsewhere(section));
   section.lock();
   std::thread([&] { section.unlock(); }).join();
   EXPECT_TRUE(free_elsewhere(section));
-  Nym_critical unlocked;
-  EXPECT_TRUE(free_elsewhere(unlocked));
-}
-
-TEST(LatchTest, NotRecursiveAndCopiesTakeTheWordAsItStands) {
-  Nym_latch latch(true);
-  EXPECT_FALSE(latch.try_lock());
-  latch.unlock();
-  EXPECT_TRUE(latch.try_lock());
-  EXPECT_FALSE(latch.try_lock());
-  latch.unlock();
-  latch.unlock();  // of a free latch: it stays free
-  EXPECT_TRUE(latch.try_lock());
-  EXPECT_FALSE(latch.try_lock());
-  for (bool taken : {false, true}) {
-    Nym_latch source(taken);
-    Nym_latch copied(source);
-    Nym_latch moved(std::move(source));
-    Nym_latch assigned(!taken);
-    assigned = source;
-    Nym_latch move_assigned(!taken);
-    move_assigned = std::move(source);
-    for (Nym_latch* l : {&copied, &moved, &assigned, &move_assigned}) {
-      EXPECT_EQ(l->try_lock(), !taken) << "source taken: " << taken;
-    }
-    EXPECT_EQ(source.try_lock(), !taken) << "the source keeps its state";
-  }
 }
