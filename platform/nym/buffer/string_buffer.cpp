@@ -4,6 +4,9 @@
 
 namespace nym {
 
+// Defined here so that a caller may bind it to a reference: the DLL exports it.
+const uint64 Nym_string_buffer::STRING_LIMIT;
+
 Nym_string_buffer::Nym_string_buffer(Nstring& text, bool no_limit) : m_string(text), m_no_limit(no_limit) {}
 
 Nym_string_buffer::~Nym_string_buffer() = default;

@@ -12,6 +12,12 @@
 
 namespace nym {
 
+// Defined here so that a caller may bind them to a reference: the DLL exports them.
+const int64 Nym_time_period::SECONDS_PER_DAY;
+const int64 Nym_time_period::SECONDS_PER_HOUR;
+const int64 Nym_time_period::SECONDS_PER_MINUTE;
+const int Nym_time_period::MICROSECONDS_PER_SECOND;
+
 // Constant-initialised, so that they exist before any dynamic initialiser of the library.
 const Nym_time_period Nym_time_period::ZERO(Raw{}, 0, 0);
 const Nym_time_period Nym_time_period::NOON(Raw{}, 12 * SECONDS_PER_HOUR, 0);

@@ -24,7 +24,7 @@ constexpr unsigned int NYM_S_STRING_LIMIT = 0xC200008Fu;  // the string is at it
 
 class NYM_API Nym_string_buffer : public Nym_buffer {
  public:
-  static constexpr uint64 STRING_LIMIT = 0xA0000;
+  static const uint64 STRING_LIMIT = 0xA0000;
 
   Nym_string_buffer(Nstring& text, bool no_limit);
   ~Nym_string_buffer() override;

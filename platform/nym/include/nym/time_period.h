@@ -42,10 +42,10 @@ inline unsigned int nym_narrow_u32(int64 value) {
 
 class NYM_API Nym_time_period {
  public:
-  static constexpr int64 SECONDS_PER_DAY = 86400;
-  static constexpr int64 SECONDS_PER_HOUR = 3600;
-  static constexpr int64 SECONDS_PER_MINUTE = 60;
-  static constexpr int MICROSECONDS_PER_SECOND = 1000000;
+  static const int64 SECONDS_PER_DAY = 86400;
+  static const int64 SECONDS_PER_HOUR = 3600;
+  static const int64 SECONDS_PER_MINUTE = 60;
+  static const int MICROSECONDS_PER_SECOND = 1000000;
 
   // (0, 0) and twelve hours; both exist before any code of the library runs.
   static const Nym_time_period ZERO;
