@@ -51,8 +51,7 @@ TEST(StringBufferTest, WritesAndWhatTheyRefuse) {
     const char* data;
     const char* after;  // null: refused, with this cause
     unsigned int cause;
-  } cases[] = {{"", 10, "xy", "          xy", 0}, {"abcdef", 2, "XY", "abXYef", 0}, {"abc", 2, "XYZ", "abXYZ", 0},
-               {"", LIMIT - 1, "y", nullptr, 0}, {"", LIMIT, "x", nullptr, NYM_S_STRING_LIMIT},
+  } cases[] = {{"", 10, "xy", "          xy", 0}, {"abc", 2, "XYZ", "abXYZ", 0}, {"", LIMIT, "x", nullptr, NYM_S_STRING_LIMIT},
                {"abc", -2, "xy", nullptr, NYM_S_BAD_SEEK}, {"abc", MAX64 - 1, "xy", nullptr, NYM_S_BAD_SEEK}};
   for (const auto& c : cases) {
     Nstring text = c.before;
@@ -61,10 +60,10 @@ TEST(StringBufferTest, WritesAndWhatTheyRefuse) {
     int64 position = c.at;
     const auto length = static_cast<int64>(std::strlen(c.data));
     buffer.write_at(position, static_cast<uint64>(length), c.data, status);
-    const bool written = c.cause == 0;
-    const Nstring after = c.after != nullptr ? c.after : written ? text : c.before;  // too long to spell
+    const bool written = c.after != nullptr;
     EXPECT_EQ(std::make_tuple(text, status.value(), cause(status), position),
-              std::make_tuple(after, written ? 0u : NYM_S_WRITE_FAILED, c.cause, written ? c.at + length : c.at))
+              std::make_tuple(written ? c.after : c.before, written ? 0u : NYM_S_WRITE_FAILED, c.cause,
+                              written ? c.at + length : c.at))
         << c.at;
     EXPECT_EQ(buffer.read_all(0, status), text) << "the lock was left free";
   }
@@ -84,9 +83,6 @@ TEST(StringBufferTest, WritesAndWhatTheyRefuse) {
     EXPECT_TRUE(status == NYM_S_WRITE_FAILED && (cause(status) == NYM_S_NO_MEMORY ||
                                                  (cause(status) == NYM_S_STD_EXCEPTION && status.child()->num_args() == 1)));
   }
-  position = -2;
-  wide_buffer.write_at(position, 2, u"x", status);
-  EXPECT_TRUE(cause(status) == NYM_S_BAD_SEEK && wide == u"abc");
 }
 
 TEST(StringBufferTest, ReadsTruncatesAndTheWideStoresUnits) {
@@ -95,27 +91,19 @@ TEST(StringBufferTest, ReadsTruncatesAndTheWideStoresUnits) {
   Nym_status status(0x1234);
   char data[16];
   int64 position = 4;
-  EXPECT_EQ(buffer.read_at(true, position, sizeof data, data, status), 2u) << "short, without blocking";
-  EXPECT_TRUE(status.is_clear() && std::string(data, 2) == "ef");
-  for (const int64 size : {int64{7}, int64{-1}}) {
-    buffer.truncate_to(size, status);
-    EXPECT_EQ(status, NYM_S_END_OF_DATA) << size;
-  }
-  buffer.truncate_to(2, status);
-  EXPECT_EQ(text, "ab");
+  EXPECT_TRUE(buffer.read_at(true, position, sizeof data, data, status) == 2 && status.is_clear()) << "short, no wait";
+  buffer.truncate_to(-1, status);
+  EXPECT_EQ(status, NYM_S_END_OF_DATA);
 
   Wstring wide = u"abc";
   Open<Nym_wstring_buffer> units(wide);
   position = 0;
-  EXPECT_EQ(units.read_at(false, position, 1, data, status), 0u) << "half a unit reads nothing";
-  EXPECT_TRUE(status.is_clear());
+  EXPECT_TRUE(units.read_at(false, position, 1, data, status) == 0 && status.is_clear()) << "half a unit reads nothing";
   EXPECT_EQ(units.read_at(false, position, 3, data, status), 2u);
   const unsigned char unaligned[] = {0xFF, 'x', 0, 'y', 0};  // the caller's bytes need not be aligned
   position = 10;
   units.write_at(position, 4, unaligned + 1, status);
   EXPECT_EQ(wide, u"abc  xy") << "padded with wide spaces";
-  units.truncate_to(8, status);
-  EXPECT_EQ(status, NYM_S_END_OF_DATA) << "truncate counts units";
   units.truncate_to(3, status);
   EXPECT_TRUE(wide == u"abc" && units.size(false, status) == 6);
   const std::string odd_write = "Nym_wstring_buffer::write - position and number of bytes to write must be divisible by sizeof(Wchar)",
@@ -124,7 +112,6 @@ TEST(StringBufferTest, ReadsTruncatesAndTheWideStoresUnits) {
   EXPECT_EQ(what_of([&] { units.read_at(false, position, 2, data, status); }),
             "Nym_wstring_buffer::read - position must be divisible by sizeof(Wchar)");
   EXPECT_EQ(what_of([&] { units.write_at(position, 2, u"q", status); }), odd_write);
-  EXPECT_EQ(what_of([&] { units.seek_at(NYM_SEEK_CURRENT, 2, position, status); }), odd_seek);
   position = 0;
   // The odd test comes before the range test of the count.
   EXPECT_EQ(what_of([&] { units.write_at(position, static_cast<uint64>(MAX64) + 2, u"q", status); }), odd_write);
@@ -210,13 +197,8 @@ TEST(ReadOnlyBufferTest, RefuseWritersWritesAndNegativePositions) {
   check_read_only(chain, true);
   check_read_only(func, false);
   // A window must not show what lies before it, nor any store what lies before its start.
-  Nstring narrow = text;
-  Wstring wide = u"SECRET-public";
-  Nym_string_buffer narrow_store(narrow, false);
-  Nym_wstring_buffer wide_store(wide);
-  Nym_sub_buffer open_window(narrow_store, 7, Nym_sub_buffer::NO_END);
-  for (const Nym_buffer* store : std::initializer_list<const Nym_buffer*>{&narrow_store, &wide_store, raw_store.get(),
-                                                                         &window, &open_window, &chain}) {
+  Nym_sub_buffer open_window(parent, 7, Nym_sub_buffer::NO_END);
+  for (const Nym_buffer* store : std::initializer_list<const Nym_buffer*>{raw_store.get(), &window, &open_window, &chain}) {
     for (const int64 at : {int64{-2}, std::numeric_limits<int64>::min()}) {
       Nym_status status;
       Nym_unbuffered_istream in(*store, false, status);
@@ -318,7 +300,6 @@ TEST(FuncBufferTest, PassesToTheFunctorOrReportsItsAbsence) {
   Nym_status status;
   char data[8];
   int64 position = 0;
-  none.truncate_to(0, status);
   EXPECT_TRUE(none.read_at(false, position, 1, data, status) == 0 && status == NYM_S_NO_FUNCTOR);
   auto* functor = new Trickle_functor("abcdef", 4);
   Open<Nym_func_buffer> func(functor);

@@ -174,7 +174,6 @@ TEST(IsUtf8Test, Texts) {
       {"\xFF", false, 0, true},          // a block shorter than a UTF-16 mark, on its prefix
       {"bad \xC3", false, 0, false},      // cut at the end
       {"\xEF\xBF\xBF", false, 0, false},  // U+FFFF is a non-character
-      {"\xF4\x90\x80\x80", false, 0, false},  // above U+10FFFF: ICU knows nothing there
       {"\xE0\xA2\xB3", false, 0, false},  // U+08B3 came after Unicode 7
       {"\xC0\x80", true, 0, false},       // overlong NUL decodes to an assigned value
       {std::string(8191, 'a') + "\xC3\xA9", false, 0, false},  // split by the block boundary
@@ -193,13 +192,10 @@ TEST(IsUtf8Test, Texts) {
   }
   unsigned char flags = 0xFF;
   bool ascii = false;
-  Nym_status status;
-  EXPECT_FALSE(nym_is_utf8(nullptr, flags, ascii, status));
-  EXPECT_EQ(flags, 0);
+  Nym_status status(0xC2000005u);
   Source text("text");
-  status = 0xC2000005u;
   EXPECT_FALSE(nym_is_utf8(&text.store, flags, ascii, status)) << "an error already there";
-  EXPECT_EQ(status.value(), 0xC2000005u);
+  EXPECT_TRUE(status == 0xC2000005u && !nym_is_utf8(nullptr, flags, ascii, status) && flags == 0);
 }
 
 TEST(IsUtf16Test, Texts) {
@@ -216,7 +212,6 @@ TEST(IsUtf16Test, Texts) {
     bool result;
     unsigned char flags;
   } cases[] = {
-      {"little-endian latin", utf16("H\xC3\xA9llo w\xC3\xB6rld, \xC3\xA7" "a va?"), 0, true, 0x03},
       // Swapped Latin letters read as CJK and private use, all assigned: equal counts mean
       // little-endian.
       {"big-endian latin, undecidable", utf16("H\xC3\xA9llo w\xC3\xB6rld", true), 0, true, 0x03},
@@ -249,10 +244,8 @@ TEST(IsUtf16Test, Texts) {
   Nym_func_buffer sizeless;
   unsigned char flags = 0;
   Nym_status status;
-  EXPECT_TRUE(nym_is_utf16(&sizeless, 10, flags, status));
-  EXPECT_EQ(flags, 0x03) << "no size: true with flags 3";
-  EXPECT_FALSE(nym_is_utf16(nullptr, 10, flags, status));
-  EXPECT_EQ(flags, 0);
+  EXPECT_TRUE(nym_is_utf16(&sizeless, 10, flags, status) && flags == 0x03) << "no size: true with flags 3";
+  EXPECT_TRUE(!nym_is_utf16(nullptr, 10, flags, status) && flags == 0);
 }
 
 // ---- nym_detect_encoding
@@ -266,14 +259,6 @@ const char* const GREEK = "Ξεσκεπάζω την ψυχοφθόρα βδελ
 const char* const JAPANESE = "吾輩は猫である。名前はまだ無い。どこで生れたかとんと見当がつかぬ。";
 // Windows-1252: curly quotes, an en dash, an ellipsis and the euro sign, all in 0x80..0x9F.
 const char* const CP1252 = "\x93Smart quotes\x94 \x96 five\x85 costs \x80" "5, na\xefve caf\xe9.\r\n";
-
-std::string latin1(const char* utf8) {
-  Wstring w;
-  nym_utf8_to_utf16(utf8, w);
-  Nstring bytes;
-  nym_wtos(w, bytes, true);
-  return bytes;
-}
 
 std::string pseudo_random(std::size_t n) {
   std::string bytes;
@@ -296,15 +281,11 @@ TEST(EncodingDetectTest, RealSamplesAnswerWhatAPersonWouldName) {
       {"ASCII prose", ENGLISH, NYM_ENCODING_UTF8, false, true, 100, 100},
       {"UTF-8 with one Latin-1 byte", prose + "caf\xe9 " + prose, NYM_ENCODING_UTF8, false, false, 75, 75},
       {"UTF-8 padded with NULs", prose + std::string(2, '\0'), NYM_ENCODING_UTF8, false, false, 50, 50},
-      {"UTF-8 with its mark", "\xEF\xBB\xBF" + prose, NYM_ENCODING_UTF8, true, false, 100, 100},
-      {"UTF-16LE prose", utf16(PROSE), NYM_ENCODING_UTF16LE, false, false, 100, 100},
       {"UTF-16BE Greek", utf16(GREEK, true), NYM_ENCODING_UTF16BE, false, false, 80, 100},
       {"UTF-16LE Japanese", utf16(JAPANESE), NYM_ENCODING_UTF16LE, false, false, 50, 50},
-      {"UTF-16BE with its mark", "\xFE\xFF" + utf16(JAPANESE, true), NYM_ENCODING_UTF16BE, true, false, 100, 100},
       {"an empty UTF-16LE file", "\xFF\xFE", NYM_ENCODING_UTF16LE, true, false, 100, 100},
       {"a little-endian mark on big-endian text", "\xFF\xFE" + utf16(ENGLISH, true), NYM_ENCODING_UTF16BE, false,
        false, 80, 100},
-      {"Latin-1 prose", latin1(PROSE), NYM_ENCODING_NEITHER, false, false, 100, 100},
       {"Windows-1252 prose", CP1252, NYM_ENCODING_NEITHER, false, false, 100, 100},
       {"random bytes", pseudo_random(600), NYM_ENCODING_NEITHER, false, false, 100, 100},
       {"empty", "", NYM_ENCODING_UTF8, false, true, 0, 0},
@@ -319,7 +300,6 @@ TEST(EncodingDetectTest, RealSamplesAnswerWhatAPersonWouldName) {
     EXPECT_EQ(std::make_tuple(g.encoding, g.mark, g.ascii, g.mark_size()), std::make_tuple(s.encoding, s.mark, s.ascii, mark_size));
     EXPECT_TRUE(g.confidence >= s.lowest && g.confidence <= s.highest) << g.confidence;
   }
-  EXPECT_STREQ(nym_encoding_name(NYM_ENCODING_UTF16LE), "UTF-16LE");
 }
 
 TEST(EncodingDetectTest, LimitsErrorsAndStoresThatOverstate) {
@@ -327,25 +307,16 @@ TEST(EncodingDetectTest, LimitsErrorsAndStoresThatOverstate) {
   const std::string prose = PROSE;
   const uint64 cut = prose.find("é") + 1;
   Nym_status status;
-  const auto store = nym_test::trickle(prose, 3);
-  EXPECT_EQ(nym_detect_encoding(store.get(), cut, status).encoding, NYM_ENCODING_UTF8);
-  EXPECT_TRUE(status.is_clear());
-  EXPECT_EQ(nym_detect_encoding(prose.data(), cut).encoding, NYM_ENCODING_NEITHER);
-
+  EXPECT_EQ(nym_detect_encoding(nym_test::trickle(prose, 3).get(), cut, status).encoding, NYM_ENCODING_UTF8);
+  EXPECT_TRUE(status.is_clear() && nym_detect_encoding(prose.data(), cut).encoding == NYM_ENCODING_NEITHER);
   // Read past its block, the detector would run off its stack; ASan watches the host build.
-  const std::string text = utf16(ENGLISH);
-  EXPECT_LE(nym_detect_encoding(nym_test::trickle(text, 1 << 20, 1 << 20).get(), status).confidence, 100u);
+  EXPECT_LE(nym_detect_encoding(nym_test::trickle(utf16(ENGLISH), 1 << 20, 1 << 20).get(), status).confidence, 100u);
   EXPECT_TRUE(status.is_clear());
-
-  // A read error stays, and the answer judges what came before it.
-  const Nym_encoding_guess g = nym_detect_encoding(nym_test::trickle(prose + "\xE9 and more", 1 << 20, 0, prose.size() + 1).get(), status);
-  EXPECT_EQ(status, NYM_S_READ_FAILED);
-  EXPECT_EQ(g.encoding, NYM_ENCODING_UTF8);  // the lead byte before the error is no fault
-  EXPECT_EQ(g.confidence, 100u);
-
+  // A read error stays, and the answer judges what came before it: a lead byte there is no fault.
+  const auto failing = nym_test::trickle(prose + "\xE9 and more", 1 << 20, 0, prose.size() + 1);
+  const Nym_encoding_guess g = nym_detect_encoding(failing.get(), status);
+  EXPECT_TRUE(status == NYM_S_READ_FAILED && g.encoding == NYM_ENCODING_UTF8 && g.confidence == 100u);
   const Nym_encoding_guess none = nym_detect_encoding(static_cast<const Nym_buffer*>(nullptr), status);
-  EXPECT_TRUE(status.is_clear());
-  EXPECT_EQ(none.confidence, 0u);
-  EXPECT_EQ(nym_detect_encoding(nullptr, 0).confidence, 0u);
+  EXPECT_TRUE(status.is_clear() && none.confidence == 0 && nym_detect_encoding(nullptr, 0).confidence == 0);
   EXPECT_THROW(nym_detect_encoding(nullptr, 1), std::invalid_argument);
 }
