@@ -1,13 +1,12 @@
-// Nym_crc32 and Nym_crc64: the catalogue's check values, the running value's rules, streams and
-// buffers, and every folding method this processor runs held to a bit-at-a-time reference
-// written from the polynomials alone.
+// Nym_crc32 and Nym_crc64: the running value's rules, streams and buffers, and every folding
+// method this processor runs held to a bit-at-a-time reference written from the polynomials
+// alone. The catalogue's check values are the nym tool's cases.
 #include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <random>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "nym/crc.h"
@@ -36,18 +35,14 @@ std::uint64_t crc64_bits(std::uint64_t c, const unsigned char* p, std::size_t n)
   return c;
 }
 
-TEST(CrcTest, CheckValuesTheRunningValueAndStreams) {
+TEST(CrcTest, TheRunningValueAndStreams) {
   const char* nine = "123456789";
   Nym_crc32 a(0x5A5A5A5Au);
   a.update(static_cast<unsigned char>(nine[0]));
   a.update(nine + 1, 8);
-  const std::uint32_t running = a.result(false);
-  Nym_crc64 b;
-  b.update(nine, 9);
-  EXPECT_EQ(std::make_tuple(Nym_crc32::calculate(nine, 9, 0xFFFFFFFFu), Nym_crc32::calculate(nine, 0, 0x12345678u),
-                            b.result(true), ~running),
-            std::make_tuple(0xCBF43926u, ~0x12345678u, std::uint64_t{0x62EC59E3F1A4F00Au}, a.result(true)));
-  EXPECT_EQ(running, crc32_bits(0x5A5A5A5Au, reinterpret_cast<const unsigned char*>(nine), 9));
+  EXPECT_EQ(a.result(false), crc32_bits(0x5A5A5A5Au, reinterpret_cast<const unsigned char*>(nine), 9));
+  EXPECT_EQ(~a.result(true), a.result(false)) << "result leaves the running value alone";
+  EXPECT_EQ(Nym_crc32::calculate(nine, 0, 0x12345678u), ~0x12345678u) << "nothing: the inverted seed";
   a.reset();
   EXPECT_EQ(a.result(false), 0x5A5A5A5Au) << "reset goes back to the constructor's value";
 

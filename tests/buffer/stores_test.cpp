@@ -295,20 +295,6 @@ TEST(MultiBufferTest, ReadsCrossMembersStopAtErrorsAndOwnedMembersDie) {
   EXPECT_EQ(destroyed.load(), 1);
 }
 
-TEST(FuncBufferTest, PassesToTheFunctorOrReportsItsAbsence) {
-  Open<Nym_func_buffer> none;
-  Nym_status status;
-  char data[8];
-  int64 position = 0;
-  EXPECT_TRUE(none.read_at(false, position, 1, data, status) == 0 && status == NYM_S_NO_FUNCTOR);
-  auto* functor = new Trickle_functor("abcdef", 4);
-  Open<Nym_func_buffer> func(functor);
-  position = 1;
-  EXPECT_TRUE(func.read_at(true, position, 8, data, status) == 4 && functor->last_wait && position == 5);
-  func.truncate_to(3, status);
-  EXPECT_EQ(functor->bytes(), "abc");
-}
-
 // Every reader of a store believes no more than it asked for: a functor that claims 64 bytes
 // more than it gave is held to the request. (The stream fuzz target watches the memory.)
 TEST(FuncBufferTest, AFunctorThatClaimsMoreThanAskedIsBelievedNoFurther) {

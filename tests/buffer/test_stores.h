@@ -53,7 +53,6 @@ class Open : public Store {
   int readers_arrived() const { return m_read_arrived; }     // calls of read_lock() so far
   int writers_arrived() const { return m_arrived; }          // calls of write_lock() so far
   int writers_at_lock() const { return m_at_lock; }          // writers inside write_lock() now
-  int writes_beside_readers() const { return m_breaches; }  // write locks taken beside held readers
   // While set, every read waits inside the read lock, so that readers are seen sharing it.
   void hold_reads(bool hold) { m_hold = hold; }
 
@@ -76,7 +75,6 @@ class Open : public Store {
     ++m_arrived;
     ++m_at_lock;
     Store::write_lock();
-    if (m_inside != 0) ++m_breaches;
     --m_at_lock;
   }
   void wait() const override {
@@ -90,7 +88,7 @@ class Open : public Store {
   }
 
  private:
-  mutable std::atomic<int> m_signals{0}, m_sleeping{0}, m_inside{0}, m_read_arrived{0}, m_arrived{0}, m_at_lock{0}, m_breaches{0};
+  mutable std::atomic<int> m_signals{0}, m_sleeping{0}, m_inside{0}, m_read_arrived{0}, m_arrived{0}, m_at_lock{0};
   std::atomic<bool> m_hold{false};
 };
 
@@ -104,9 +102,8 @@ class Trickle_functor : public nym::Nym_buffer_functor {
   ~Trickle_functor() override {
     if (m_destroyed != nullptr) ++*m_destroyed;
   }
-  uint64 read(bool wait, int64& position, uint64 count, void* data, nym::Nym_status& status) override {
+  uint64 read(bool, int64& position, uint64 count, void* data, nym::Nym_status& status) override {
     status.clear();
-    last_wait = wait;
     ++reads;
     if (m_step == 0) return 0;
     if (position < 0 || position >= static_cast<int64>(m_bytes.size())) {
@@ -123,12 +120,7 @@ class Trickle_functor : public nym::Nym_buffer_functor {
     return n + m_extra;
   }
   int64 size() override { return static_cast<int64>(m_bytes.size()); }
-  void truncate(int64 size, nym::Nym_status& status) override {
-    status.clear();
-    m_bytes.resize(static_cast<std::size_t>(size));
-  }
-  const std::string& bytes() const { return m_bytes; }
-  bool last_wait = false;
+  void truncate(int64, nym::Nym_status& status) override { status.clear(); }
   int reads = 0;
 
  private:
