@@ -1,7 +1,6 @@
 // The streams: both input streams, the byte stream, the line readers and the output stream.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -58,31 +57,24 @@ TEST(StreamTest, DetachedStreamsReportIt) {
   EXPECT_TRUE(status == NYM_S_STREAM_NOT_ATTACHED && out.tell() == 0);
 }
 
-TYPED_TEST(IstreamTest, ReadsSeeksAndReattaches) {
+TYPED_TEST(IstreamTest, SeeksReadAtAndInit) {
   Nstring text = pattern(50000), other_text = "xyz";
   Store store(text, false), other(other_text, false);
   Nym_status status;
   TypeParam stream(store, false, status);
-  std::string got;
-  char chunk[777];
-  for (uint64 n; (n = stream.read(sizeof chunk, chunk, status)) != 0 || !status.is_error();) got.append(chunk, n);
-  EXPECT_TRUE(status == NYM_S_END_OF_DATA && got == text && stream.buffer() == &store);
   stream.seek(NYM_SEEK_END, -3, status);
   stream.seek(NYM_SEEK_CURRENT, -49998, status);
   EXPECT_TRUE(status == NYM_S_BAD_SEEK && stream.tell() == 49997);
-  EXPECT_TRUE(stream.read_at(6, 3, chunk, status) == 3 && std::string(chunk, 3) == text.substr(6, 3));
-  EXPECT_EQ(stream.tell(), 49997) << "read_at leaves the position alone";
-  EXPECT_TRUE(stream.read(0, chunk, status) == 0 && status.is_clear());
+  char chunk[4];
+  EXPECT_TRUE(stream.read_at(6, 3, chunk, status) == 3 && std::string(chunk, 3) == text.substr(6, 3) && stream.tell() == 49997);
   EXPECT_TRUE(stream.size(status) == 50000 && stream.size_greater_than(49999) && !stream.size_greater_than(50000));
+  stream.init(other, false, status, NYM_EOL_LF);  // on an attached stream: the old connection stays
+  EXPECT_EQ(store.num_unbuffered_istream() + store.num_buffered_istream(), 1u);
   stream.detach();
   stream.init(other, false, status, NYM_EOL_LF);
   EXPECT_TRUE(stream.get_eol() == NYM_EOL_LF && stream.read(1, chunk, status) == 1 && chunk[0] == 'x');
-  stream.init(store, false, status, NYM_EOL_ANY);  // on an attached stream: the old connection stays
-  EXPECT_EQ(other.num_unbuffered_istream() + other.num_buffered_istream(), 1u);
-  EXPECT_EQ(store.num_unbuffered_istream() + store.num_buffered_istream(), 1u);
-  stream.detach();
-  other.disconnect_unbuffered_istream();
-  other.disconnect_buffered_istream();
+  store.disconnect_unbuffered_istream();
+  store.disconnect_buffered_istream();
 }
 
 // What the output stream writes in either order, both input streams and the byte stream read
@@ -124,15 +116,12 @@ TEST(StreamTest, ByteOrdersRoundTrip) {
   check(buffered);
   check(byte_stream);
   char data[16] = {};
-  EXPECT_TRUE(byte_stream.read_at(1, 10, data, status) == 10 && data[0] == 2 && byte_stream.tell() == 25);
-  EXPECT_TRUE(byte_stream.size() == 25 && byte_stream.size_greater_than(24) && !byte_stream.size_greater_than(25));
+  EXPECT_TRUE(byte_stream.read_at(1, 10, data, status) == 10 && data[0] == 2 && byte_stream.size() == 25);
   byte_stream.seek(NYM_SEEK_END, 3, status);
   byte_stream.seek(NYM_SEEK_BEGIN, -1, status);
   EXPECT_TRUE(status == NYM_S_BAD_SEEK && byte_stream.tell() == 28) << "beyond the end is legal, before 0 not";
   byte_stream.seek(int64{-4});  // unchecked: a later read finds nothing there
   EXPECT_TRUE(byte_stream.read(1, data, status) == 0 && status == NYM_S_END_OF_DATA);
-  byte_stream.detach();
-  EXPECT_TRUE(byte_stream.size() == 0 && byte_stream.tell() == 0);
   EXPECT_THROW(Nym_ibyte_stream().init(nullptr, 3, status), std::invalid_argument);
 }
 
