@@ -1,21 +1,12 @@
-// The stream helpers, over inputs that cut their reads short or give nothing, and the path queries.
+// The stream helpers, over inputs that cut their reads short or give nothing.
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <filesystem>
-#include <fstream>
 #include <string>
-#include <system_error>
 #include <tuple>
 
-#include "nym/path_query.h"
 #include "nym/stream_helpers.h"
 #include "nym/string_buffer.h"
 #include "test_stores.h"
-
-#ifndef _WIN32
-#include <sys/stat.h>
-#endif
 
 using namespace nym;
 using nym_test::pattern;
@@ -128,7 +119,6 @@ TEST(StreamHelpersTest, StreamToString) {
   } cases[] = {
       {std::string("a\0b", 3), false, 0, "a", u"a"},
       {std::string("a\0b\0c\0", 6), true, 4, "a", u"ab"},
-      {"hello", true, 50, "hello", u"\u6568\u6c6c"},
       {std::string(1500, 'r') + std::string(2, '\0') + "tail", false, 0, std::string(1500, 'r'), Wstring(750, u'\u7272')},
   };
   for (const auto& c : cases) {
@@ -165,24 +155,4 @@ TEST(StreamHelpersTest, HelpersEndOnAStreamThatGivesNothing) {
   nym_count_lines(in.stream, status);
   nym_skip_lines(in.stream, 3, status);
   EXPECT_TRUE(out.text.empty() && text.empty() && wide.empty());
-}
-
-TEST(PathQueryTest, TypeAndAccess) {
-  namespace fs = std::filesystem;
-  std::error_code error;
-  const fs::path dir =
-      fs::temp_directory_path() / ("nym_path_query_" + std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()));
-  fs::create_directories(dir, error);
-  ASSERT_FALSE(error) << error.message();
-  std::ofstream(dir / "file") << "x";
-  const Wstring separator(1, static_cast<Wchar>(fs::path::preferred_separator));
-  const Wstring d = dir.u16string(), file = (dir / "file").u16string(), missing = (dir / "missing").u16string();
-  EXPECT_TRUE(nym_type(d + separator) == NYM_TYPE_DIRECTORY && nym_type(missing + separator) == NYM_TYPE_NONE);
-  EXPECT_TRUE(nym_access(file, NYM_ACCESS_READ_WRITE) && nym_access(d, NYM_ACCESS_READ) && !nym_access(missing, NYM_ACCESS_READ));
-#ifndef _WIN32
-  EXPECT_EQ(nym_type(u"/dev/null"), NYM_TYPE_CHARACTER_DEVICE);
-  ASSERT_EQ(::mkfifo((dir / "fifo").c_str(), 0600), 0);
-  EXPECT_EQ(nym_type((dir / "fifo").u16string()), NYM_TYPE_PIPE);
-#endif
-  fs::remove_all(dir, error);
 }

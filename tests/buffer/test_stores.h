@@ -96,12 +96,8 @@ class Open : public Store {
 // claims `extra` bytes more than it gave, and fails with a read error from `fail_at` on.
 class Trickle_functor : public nym::Nym_buffer_functor {
  public:
-  Trickle_functor(std::string bytes, uint64 step, std::atomic<int>* destroyed = nullptr, uint64 extra = 0,
-                  uint64 fail_at = ~uint64{0})
-      : m_bytes(std::move(bytes)), m_step(step), m_destroyed(destroyed), m_extra(extra), m_fail_at(fail_at) {}
-  ~Trickle_functor() override {
-    if (m_destroyed != nullptr) ++*m_destroyed;
-  }
+  Trickle_functor(std::string bytes, uint64 step, uint64 extra = 0, uint64 fail_at = ~uint64{0})
+      : m_bytes(std::move(bytes)), m_step(step), m_extra(extra), m_fail_at(fail_at) {}
   uint64 read(bool, int64& position, uint64 count, void* data, nym::Nym_status& status) override {
     status.clear();
     ++reads;
@@ -126,7 +122,6 @@ class Trickle_functor : public nym::Nym_buffer_functor {
  private:
   std::string m_bytes;
   uint64 m_step;
-  std::atomic<int>* m_destroyed;
   uint64 m_extra;
   uint64 m_fail_at;
 };
@@ -134,7 +129,7 @@ class Trickle_functor : public nym::Nym_buffer_functor {
 // A store of fixed bytes read through a function store, `step` bytes a read.
 inline std::unique_ptr<nym::Nym_func_buffer> trickle(const std::string& bytes, uint64 step, uint64 extra = 0,
                                                      uint64 fail_at = ~uint64{0}) {
-  return std::make_unique<nym::Nym_func_buffer>(new Trickle_functor(bytes, step, nullptr, extra, fail_at));
+  return std::make_unique<nym::Nym_func_buffer>(new Trickle_functor(bytes, step, extra, fail_at));
 }
 
 // `size` bytes that repeat no short period, so that a byte out of place shows.
