@@ -127,11 +127,8 @@ TEST(UtfStreamTest, ConversionsBothWays) {
       EXPECT_TRUE(piece < 16384 || r.writes == 4) << "one write per block, and the lone half at the end";
     }
   }
-  for (const bool to_utf16 : {true, false}) {
-    const Converted failing = convert(to_utf16, to_utf16 ? "abcdef" : bytes_of(u"abcdef"), End::plain, 2, 4);
-    EXPECT_EQ(failing.status.value(), NYM_S_READ_FAILED) << "another error stays";
-    EXPECT_EQ(failing.out, to_utf16 ? bytes_of(u"abcd") : "ab");
-  }
+  const Converted failing = convert(true, "abcdef", End::plain, 2, 4);
+  EXPECT_TRUE(failing.status == NYM_S_READ_FAILED && failing.out == bytes_of(u"abcd")) << "another error stays";
 }
 
 // Bytes that come with an error or the end are the last: they are converted, an odd byte after
@@ -207,8 +204,7 @@ TEST(IsUtf16Test, Texts) {
     bool result;
     unsigned char flags;
   } cases[] = {
-      // Swapped Latin letters read as CJK and private use, all assigned: equal counts mean
-      // little-endian.
+      // Swapped Latin letters read as assigned CJK and private use: equal counts mean little-endian.
       {"big-endian latin, undecidable", utf16("H\xC3\xA9llo w\xC3\xB6rld", true), 0, true, 0x03},
       // U+00DF and U+00D8 swapped are lone surrogates.
       {"big-endian german", utf16("Stra\xC3\x9F" "e \xC3\x98l", true), 50, true, 0x01},
@@ -217,7 +213,6 @@ TEST(IsUtf16Test, Texts) {
       // has no bad unit at all. (The swapped walk includes the mark, read as 0xFFFE.)
       {"little-endian mark on big-endian text", le + utf16("Stra\xC3\x9F" "e \xC3\x98l \xC3\x9F", true), 50, true, 0x01},
       {"big-endian mark, no bad unit", be + utf16("caf\xC3\xA9 cr\xC3\xA8me"), 50, true, 0x05},
-      {"seven-bit ascii", "even length text", 100, false, 0x02},
       {"empty", "", 0, false, 0x02},
       // The UTF-8 mark looked for is BB EF ?? BF, not EF BB BF.
       {"mimicked utf-8 mark", std::string("\xBB\xEF\x41\xBF", 4) + utf16("\xC3\xA9\xC3\xA9"), 100, false, 0x02},
@@ -252,13 +247,6 @@ const char* const JAPANESE = "吾輩は猫である。名前はまだ無い。�
 // Windows-1252: curly quotes, an en dash, an ellipsis and the euro sign, all in 0x80..0x9F.
 const char* const CP1252 = "\x93Smart quotes\x94 \x96 five\x85 costs \x80" "5, na\xefve caf\xe9.\r\n";
 
-std::string pseudo_random(std::size_t n) {
-  std::string bytes;
-  unsigned int x = 12345;
-  for (std::size_t i = 0; i < n; ++i) bytes += static_cast<char>((x = x * 1103515245u + 12345u) >> 23);
-  return bytes;
-}
-
 }  // namespace
 
 TEST(EncodingDetectTest, RealSamplesAnswerWhatAPersonWouldName) {
@@ -278,7 +266,6 @@ TEST(EncodingDetectTest, RealSamplesAnswerWhatAPersonWouldName) {
       {"a little-endian mark on big-endian text", "\xFF\xFE" + utf16(ENGLISH, true), NYM_ENCODING_UTF16BE, false,
        false, 80, 100},
       {"Windows-1252 prose", CP1252, NYM_ENCODING_NEITHER, false, false, 100, 100},
-      {"random bytes", pseudo_random(600), NYM_ENCODING_NEITHER, false, false, 100, 100},
       {"empty", "", NYM_ENCODING_UTF8, false, true, 0, 0},
       {"one letter", "A", NYM_ENCODING_UTF8, false, true, 1, 50},
       {"a cut UTF-8 mark", "\xEF\xBB", NYM_ENCODING_NEITHER, false, false, 1, 50},
