@@ -62,12 +62,6 @@ TEST(BufferTest, IdsConnectionsTheOneWriterAndWhatARefusedWriteLeaves) {
   store.disconnect_ostream();
   EXPECT_TRUE(store.signals() == 1 && store.num_ostream() == 0) << "the writer leaving wakes the readers, once";
   EXPECT_TRUE(store.read_at(true, position, 1, data, status) == 0 && status == NYM_S_END_OF_DATA) << "a wait, no writer";
-  {
-    Nym_unbuffered_istream a(store, false, status), b(store, false, status);
-    b.detach();
-    b.detach();
-    EXPECT_EQ(store.num_unbuffered_istream(), 1u);
-  }
   store.disconnect_unbuffered_istream();
   EXPECT_EQ(store.num_unbuffered_istream(), 0u) << "counts stop at 0";
   position = 0;
@@ -293,17 +287,15 @@ TEST(MultiBufferTest, AMemberWithALiveWriterIsReadOnceItIsFinal) {
   std::thread writer([&] {
     Nym_status s;
     until([&] { return member.sleeping() == 1; });  // the chain's reader waits for the length
-    for (int i = 0; i < 100; ++i) out.write(3, "abc", s);
+    out.write(3, "abc", s);
+    out.write(3, "def", s);
     out.detach();
   });
   Nym_unbuffered_istream in(chain, false, status);
   Nstring all;
   nym_stream_to_string(in, all, status);
   writer.join();
-  EXPECT_TRUE(status.is_clear());
-  std::string expected = "head:";
-  for (int i = 0; i < 100; ++i) expected += "abc";
-  EXPECT_EQ(all, expected + ":tail");
+  EXPECT_TRUE(status.is_clear() && all == "head:abcdef:tail");
 }
 
 TEST(BufferTest, AdvanceKeepsPositionsWithinRange) {

@@ -231,19 +231,17 @@ TEST(SubBufferTest, AWindowShowsItsBytesOnlyAndMovesItsEndWhenNobodyReads) {
   int64 position = MAX64;  // start + position leaves the positions: the read fails
   EXPECT_TRUE(beyond.read_at(false, position, 1, data, status) == 0 && status == NYM_S_READ_FAILED);
   EXPECT_EQ(what_of([&] { Nym_sub_buffer bad(*parent, 5, 4); }),
-            "Nym_sub_buffer::Nym_sub_buffer - end value is less than start value");
-  Open<Nym_sub_buffer> sub(*parent, 2, 4);
+            "Nym_sub_buffer::Nym_sub_buffer - end value is less than start value");  Open<Nym_sub_buffer> sub(*parent, 2, 4);
   {
     Nym_buffered_istream in(sub, false, status);
     sub.set_end(8, status);
     EXPECT_TRUE(status == NYM_S_STREAMS_CONNECTED && sub.end() == 4);
   }
-  status.clear();
   sub.set_end(1, status);
   EXPECT_TRUE(status == NYM_S_END_BEFORE_START && sub.end() == 4);
   status.clear();
   sub.set_end(8, status);
-  EXPECT_TRUE(status.is_clear() && sub.start() == 2 && sub.read_all(0, status) == "234567");
+  EXPECT_TRUE(status.is_clear() && sub.read_all(0, status) == "234567");
 }
 
 TEST(MultiBufferTest, ReadsCrossMembersStopAtErrorsAndOwnTheirMembers) {
@@ -259,7 +257,6 @@ TEST(MultiBufferTest, ReadsCrossMembersStopAtErrorsAndOwnTheirMembers) {
   char data[20] = {};
   int64 position = 5;  // exactly at a member's end
   EXPECT_TRUE(multi.read_at(false, position, 2, data, status) == 2 && std::string(data, 2) == "fg");
-  EXPECT_EQ(Open<Nym_multi_buffer>(std::vector<const Nym_buffer*>{}, false).read_all(0, status), "");
   // A member that gives nothing and no error ends the read rather than loop.
   const auto stuck = nym_test::trickle("abc", 0);
   position = 0;
