@@ -102,20 +102,6 @@ TEST(BufferTest, ReadersShareTheLockAndTheWriterWaitsForThem) {
   EXPECT_EQ(text, "abcdefg");
 }
 
-// The last reader out may be another thread than the first one in: it releases the lock.
-TEST(BufferTest, TheLastReaderOutReleasesForTheWriter) {
-  Nstring text;
-  String_store store(text, false);
-  store.lock_for_reading();
-  std::thread([&] { store.lock_for_reading(); }).join();
-  store.unlock_for_reading();
-  std::thread([&] { store.unlock_for_reading(); }).join();
-  Nym_status status;
-  int64 position = 0;
-  store.write_at(position, 1, "x", status);  // hangs if the group kept the writer lock
-  EXPECT_EQ(text, "x");
-}
-
 namespace {
 
 // A reads first, so it took the writer lock for the group; B starts reading; A stops and

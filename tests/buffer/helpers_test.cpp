@@ -35,7 +35,7 @@ const uint64 STEPS[] = {uint64{1} << 20, 3};
 }  // namespace
 
 // Copies of the rest or a count from the input's position; the swap always from 0, dropping an
-// odd last byte; a write error stays, after whole blocks.
+// odd last byte.
 TEST(StreamHelpersTest, CopyAndSwap) {
   const std::string data = pattern(200001);
   const struct {
@@ -66,14 +66,10 @@ TEST(StreamHelpersTest, CopyAndSwap) {
     for (std::size_t i = 0; i < expected.size(); i += 2) std::swap(expected[i], expected[i + 1]);
     EXPECT_TRUE(status.is_clear() && out.text == expected) << "step " << step;
   }
-  Input big(pattern(Nym_string_buffer::STRING_LIMIT + 10));
-  Output limited(false);
+  Output out;
   Nym_status status;
-  nym_copy_stream(big.stream, limited.stream, status);
-  EXPECT_TRUE(status == NYM_S_WRITE_FAILED && status.contains_value(NYM_S_STRING_LIMIT));
-  EXPECT_EQ(limited.text.size(), 655360u - 655360u % 65536u);
   Nym_unbuffered_istream detached;
-  nym_swap_stream(detached, limited.stream, status);
+  nym_swap_stream(detached, out.stream, status);
   EXPECT_EQ(status.value(), NYM_S_STREAM_NOT_ATTACHED);
 }
 
@@ -107,37 +103,6 @@ TEST(StreamHelpersTest, CountAndSkipLines) {
   EXPECT_TRUE(status.is_clear() && line == "c");
   nym_skip_lines(in.stream, 5, status);
   EXPECT_EQ(status.value(), NYM_S_END_OF_DATA) << "running out of lines is reported";
-}
-
-TEST(StreamHelpersTest, StreamToString) {
-  const struct {
-    std::string bytes;
-    bool counted;
-    uint64 count;
-    std::string narrow;  // up to the first zero byte
-    Wstring wide;        // up to the first zero unit; an odd last byte dropped; the count in bytes
-  } cases[] = {
-      {std::string("a\0b", 3), false, 0, "a", u"a"},
-      {std::string("a\0b\0c\0", 6), true, 4, "a", u"ab"},
-      {std::string(1500, 'r') + std::string(2, '\0') + "tail", false, 0, std::string(1500, 'r'), Wstring(750, u'\u7272')},
-  };
-  for (const auto& c : cases) {
-    for (const uint64 step : STEPS) {  // odd steps split units: a half unit waits for its partner
-      Input narrow_in(c.bytes, step), wide_in(c.bytes, step);
-      Nstring narrow = "old";
-      Wstring wide = u"old";
-      Nym_status status(0x1234);
-      if (c.counted) {
-        nym_stream_to_string(narrow_in.stream, narrow, c.count, status);
-        nym_stream_to_string(wide_in.stream, wide, c.count, status);
-      } else {
-        nym_stream_to_string(narrow_in.stream, narrow, status);
-        nym_stream_to_string(wide_in.stream, wide, status);
-      }
-      EXPECT_EQ(std::make_tuple(status.value(), narrow, wide), std::make_tuple(0u, c.narrow, c.wide))
-          << c.bytes.substr(0, 8) << " step " << step;
-    }
-  }
 }
 
 // A stream that neither gives data nor reports an error must not hold a helper for ever.
