@@ -232,8 +232,6 @@ TEST(SubBufferTest, AWindowShowsItsBytesOnlyAndMovesItsEndWhenNobodyReads) {
     sub.set_end(8, status);
     EXPECT_TRUE(status == NYM_S_STREAMS_CONNECTED && sub.end() == 4);
   }
-  sub.set_end(1, status);
-  EXPECT_TRUE(status == NYM_S_END_BEFORE_START && sub.end() == 4);
   status.clear();
   sub.set_end(8, status);
   EXPECT_TRUE(status.is_clear() && sub.read_all(0, status) == "234567");

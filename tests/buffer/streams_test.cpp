@@ -39,26 +39,6 @@ TYPED_TEST_SUITE(IstreamTest, Streams);
 
 }  // namespace
 
-TYPED_TEST(IstreamTest, SeeksReadAtAndInit) {
-  Nstring text = pattern(50000), other_text = "xyz";
-  Store store(text, false), other(other_text, false);
-  Nym_status status;
-  TypeParam stream(store, false, status);
-  stream.seek(NYM_SEEK_END, -3, status);
-  stream.seek(NYM_SEEK_CURRENT, -49998, status);
-  EXPECT_TRUE(status == NYM_S_BAD_SEEK && stream.tell() == 49997);
-  char chunk[4];
-  EXPECT_TRUE(stream.read_at(6, 3, chunk, status) == 3 && std::string(chunk, 3) == text.substr(6, 3) && stream.tell() == 49997);
-  EXPECT_TRUE(stream.size(status) == 50000 && stream.size_greater_than(49999) && !stream.size_greater_than(50000));
-  stream.init(other, false, status, NYM_EOL_LF);  // on an attached stream: the old connection stays
-  EXPECT_EQ(store.num_unbuffered_istream() + store.num_buffered_istream(), 1u);
-  stream.detach();
-  stream.init(other, false, status, NYM_EOL_LF);
-  EXPECT_TRUE(stream.get_eol() == NYM_EOL_LF && stream.read(1, chunk, status) == 1 && chunk[0] == 'x');
-  store.disconnect_unbuffered_istream();
-  store.disconnect_buffered_istream();
-}
-
 // What the output stream writes in either order, both input streams and the byte stream read
 // back; a short value reports NYM_S_TOO_FEW_BYTES alone and moves by what it read; with nothing
 // left the end is under it.
