@@ -62,8 +62,6 @@ TEST(BufferTest, IdsConnectionsTheOneWriterAndWhatARefusedWriteLeaves) {
   store.disconnect_ostream();
   EXPECT_TRUE(store.signals() == 1 && store.num_ostream() == 0) << "the writer leaving wakes the readers, once";
   EXPECT_TRUE(store.read_at(true, position, 1, data, status) == 0 && status == NYM_S_END_OF_DATA) << "a wait, no writer";
-  store.disconnect_unbuffered_istream();
-  EXPECT_EQ(store.num_unbuffered_istream(), 0u) << "counts stop at 0";
   position = 0;
   EXPECT_EQ(what_of([&] { store.write_at(position, static_cast<uint64>(MAX64) + 1, "", status); }),
             "writing too many bytes to the buffer.");

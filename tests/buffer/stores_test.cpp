@@ -100,16 +100,15 @@ TEST(StringBufferTest, ReadsTruncatesAndTheWideStoresUnits) {
   EXPECT_EQ(wide, u"abc  xy") << "padded with wide spaces";
   units.truncate_to(3, status);
   EXPECT_TRUE(wide == u"abc" && units.size(false, status) == 6);
-  const std::string odd_write = "Nym_wstring_buffer::write - position and number of bytes to write must be divisible by sizeof(Wchar)",
-                    odd_seek = "Nym_wstring_buffer::seek - position and offset must be divisible by sizeof(Wchar)";
   position = 3;
   EXPECT_EQ(what_of([&] { units.read_at(false, position, 2, data, status); }),
             "Nym_wstring_buffer::read - position must be divisible by sizeof(Wchar)");
-  EXPECT_EQ(what_of([&] { units.write_at(position, 2, u"q", status); }), odd_write);
   position = 0;
   // The odd test comes before the range test of the count.
-  EXPECT_EQ(what_of([&] { units.write_at(position, static_cast<uint64>(MAX64) + 2, u"q", status); }), odd_write);
-  EXPECT_EQ(what_of([&] { units.seek_at(NYM_SEEK_BEGIN, 3, position, status); }), odd_seek);
+  EXPECT_EQ(what_of([&] { units.write_at(position, static_cast<uint64>(MAX64) + 2, u"q", status); }),
+            "Nym_wstring_buffer::write - position and number of bytes to write must be divisible by sizeof(Wchar)");
+  EXPECT_EQ(what_of([&] { units.seek_at(NYM_SEEK_BEGIN, 3, position, status); }),
+            "Nym_wstring_buffer::seek - position and offset must be divisible by sizeof(Wchar)");
   position = 3;
   units.seek_at(NYM_SEEK_BEGIN, 4, position, status);
   EXPECT_EQ(position, 4) << "an odd position is replaced, not used, from the start";
@@ -207,34 +206,13 @@ TEST(RawMemoryBufferTest, ReadsWithoutTouchingTheStatusOwnsAsToldRefusesNull) {
   Nym_status status(0xC2000042u);
   char data[16];
   int64 position = 2;
-  EXPECT_EQ(store->read_at(true, position, std::numeric_limits<uint64>::max(), data, status), 4u);
-  EXPECT_EQ(status.value(), 0xC2000042u) << "status untouched on success";
+  EXPECT_TRUE(store->read_at(true, position, ~uint64{0}, data, status) == 4 && status == 0xC2000042u) << "untouched";
   EXPECT_TRUE(store->read_at(true, position, 1, data, status) == 0 && status == NYM_S_END_OF_DATA) << "never waits";
   // The sanitizers report a leak or a mismatched delete here.
   { Nym_raw_memory_buffer one(1, new unsigned char('x'), Nym_raw_memory_buffer::DELETE_OBJECT); }
   { Nym_raw_memory_buffer many(4, new unsigned char[4](), Nym_raw_memory_buffer::DELETE_ARRAY); }
   EXPECT_THROW(Nym_raw_memory_buffer(1, nullptr, Nym_raw_memory_buffer::KEEP_MEMORY), std::invalid_argument);
   EXPECT_EQ(Open<Nym_raw_memory_buffer>(0, nullptr, Nym_raw_memory_buffer::KEEP_MEMORY).read_all(0, status), "");
-}
-
-TEST(SubBufferTest, AWindowShowsItsBytesOnlyAndMovesItsEndWhenNobodyReads) {
-  auto parent = raw("0123456789abcde");  // 15 bytes
-  Open<Nym_sub_buffer> beyond(*parent, 10, 20);
-  Nym_status status;
-  EXPECT_TRUE(beyond.read_all(0, status) == "abcde" && beyond.size(false, status) == 10) << "the window's end";
-  char data[4];
-  int64 position = MAX64;  // start + position leaves the positions: the read fails
-  EXPECT_TRUE(beyond.read_at(false, position, 1, data, status) == 0 && status == NYM_S_READ_FAILED);
-  EXPECT_EQ(what_of([&] { Nym_sub_buffer bad(*parent, 5, 4); }),
-            "Nym_sub_buffer::Nym_sub_buffer - end value is less than start value");  Open<Nym_sub_buffer> sub(*parent, 2, 4);
-  {
-    Nym_buffered_istream in(sub, false, status);
-    sub.set_end(8, status);
-    EXPECT_TRUE(status == NYM_S_STREAMS_CONNECTED && sub.end() == 4);
-  }
-  status.clear();
-  sub.set_end(8, status);
-  EXPECT_TRUE(status.is_clear() && sub.read_all(0, status) == "234567");
 }
 
 TEST(MultiBufferTest, ReadsCrossMembersStopAtErrorsAndOwnTheirMembers) {
@@ -262,8 +240,6 @@ TEST(MultiBufferTest, ReadsCrossMembersStopAtErrorsAndOwnTheirMembers) {
   EXPECT_TRUE(failing.read_at(false, position, 8, data, status) == 5 && status == NYM_S_NO_FUNCTOR);
   failing.seek_at(NYM_SEEK_END, 0, position, status);
   EXPECT_TRUE(status == NYM_S_BAD_SEEK && status.contains_value(NYM_S_NO_FUNCTOR) && position == 5);
-  failing.seek_at(NYM_SEEK_BEGIN, 1, position, status);
-  EXPECT_TRUE(status.is_clear()) << "seeking from the start needs no length";
   // The sanitizers report a leak here.
   Nym_multi_buffer owner(std::vector<const Nym_buffer*>{new Nym_func_buffer(new Trickle_functor("a", 1)), nullptr}, true);
 }

@@ -1,6 +1,6 @@
-// Text through stores and streams: the UTF stream conversions, the exact UTF-16 detector and
-// nym_detect_encoding, over stores that cut their reads short, end early or misbehave. Whole
-// samples are the text-encoding recipe's and the nym tool's cases.
+// Text through stores and streams: the UTF stream conversions and nym_detect_encoding, over
+// stores that cut their reads short, end early or misbehave. Whole samples, and the exact
+// detectors, are the text-encoding recipe's, the nym tool's and the fuzz targets' cases.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -155,47 +155,6 @@ TEST(UtfStreamTest, TheEndAndErrorsThatComeWithBytes) {
     EXPECT_TRUE(narrow.status.is_clear() && narrow.out == "cd") << static_cast<int>(end);
     EXPECT_TRUE(end != End::quiet || (wide.quiet_reads == 1 && narrow.quiet_reads == 1));
   }
-}
-
-TEST(IsUtf16Test, Texts) {
-  const std::string le("\xFF\xFE", 2);
-  // 101 units with one value that is no character in either order.
-  const std::string one_bad = utf16(("\xC3\xA9" + std::string(99, 'x')).c_str()) + std::string("\xFF\xFF", 2);
-  const struct {
-    const char* name;
-    std::string bytes;
-    unsigned short tolerance;
-    bool result;
-    unsigned char flags;
-  } cases[] = {
-      // Swapped Latin letters read as assigned CJK and private use: equal counts mean little-endian.
-      {"big-endian latin, undecidable", utf16("H\xC3\xA9llo w\xC3\xB6rld", true), 0, true, 0x03},
-      // U+00DF and U+00D8 swapped are lone surrogates.
-      {"big-endian german", utf16("Stra\xC3\x9F" "e \xC3\x98l", true), 50, true, 0x01},
-      {"little-endian with mark", le + utf16("mark\xC3\xA9 text"), 0, true, 0x07},
-      // A mark against the counts: the counted order wins and the mark falls (the swapped walk
-      // includes the mark, read as 0xFFFE).
-      {"little-endian mark on big-endian text", le + utf16("Stra\xC3\x9F" "e \xC3\x98l \xC3\x9F", true), 50, true, 0x01},
-      // The UTF-8 mark looked for is BB EF ?? BF, not EF BB BF.
-      {"mimicked utf-8 mark", std::string("\xBB\xEF\x41\xBF", 4) + utf16("\xC3\xA9\xC3\xA9"), 100, false, 0x02},
-      {"one bad unit, no tolerance", one_bad, 0, false, 0x02},
-      {"one bad unit, tolerated", one_bad, 5, true, 0x03},
-      {"long big-endian", utf16(std::string(40000, 'x').append("\xC3\x9F").c_str(), true), 0, true, 0x01},
-  };
-  for (const auto& c : cases) {
-    for (const End end : {End::plain, End::quiet}) {
-      Source source(c.bytes, end);
-      unsigned char flags = 0xFF;
-      Nym_status status;
-      const bool result = nym_is_utf16(&source.store, c.tolerance, flags, status);
-      EXPECT_EQ(std::make_tuple(result, flags, status.value()), std::make_tuple(c.result, c.flags, 0u)) << c.name;
-    }
-  }
-  Nym_func_buffer sizeless;
-  unsigned char flags = 0;
-  Nym_status status;
-  EXPECT_TRUE(nym_is_utf16(&sizeless, 10, flags, status) && flags == 0x03) << "no size: true with flags 3";
-  EXPECT_TRUE(!nym_is_utf16(nullptr, 10, flags, status) && flags == 0);
 }
 
 // ---- nym_detect_encoding
