@@ -1,6 +1,5 @@
-// Nym_crc32 and Nym_crc64: the running value's rules, streams and buffers, and every folding
-// method this processor runs held to a bit-at-a-time reference written from the polynomials
-// alone. The catalogue's check values are the nym tool's cases.
+// Every CRC folding method this processor runs, held to a bit-at-a-time reference written from the
+// polynomials alone; the running value and streams. The check values are the nym tool's cases.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -42,7 +41,7 @@ TEST(CrcTest, TheRunningValueAndStreams) {
   a.reset();
   EXPECT_EQ(a.result(false), 0x5A5A5A5Au) << "reset goes back to the constructor's value";
 
-  // A stream is taken whole from its start, whatever its position; the buffer form reads it again.
+  // A stream is taken whole from its start, whatever its position; the buffer form is the tool's.
   Nstring text = nym_test::pattern(100000);
   const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
   const Nym_string_buffer buffer(text, true);
@@ -51,9 +50,7 @@ TEST(CrcTest, TheRunningValueAndStreams) {
   stream.seek(text.size());
   Nym_crc64 c;
   c.update(&stream, status);
-  c.update(buffer, status);
-  EXPECT_TRUE(status.is_clear());
-  EXPECT_EQ(c.result(false), crc64_bits(crc64_bits(~std::uint64_t{0}, bytes, text.size()), bytes, text.size()));
+  EXPECT_TRUE(status.is_clear() && c.result(false) == crc64_bits(~std::uint64_t{0}, bytes, text.size()));
   EXPECT_EQ(what_of([&] { c.update(static_cast<Nym_istream*>(nullptr), status); }), "Nym_crc64::update - null stream");
 }
 

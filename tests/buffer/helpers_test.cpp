@@ -111,7 +111,6 @@ TEST(StreamHelpersTest, HelpersEndOnAStreamThatGivesNothing) {
   Nstring text;
   Wstring wide;
   nym_copy_stream(in.stream, out.stream, status);
-  nym_copy_stream(in.stream, out.stream, 10, status);
   nym_stream_to_string(in.stream, text, status);
   nym_stream_to_string(in.stream, wide, status);
   nym_swap_stream(in.stream, out.stream, status);

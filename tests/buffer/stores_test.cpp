@@ -50,8 +50,11 @@ TEST(StringBufferTest, WritesAndWhatTheyRefuse) {
     const char* data;
     const char* after;  // null: refused, with this cause
     unsigned int cause;
-  } cases[] = {{"", 10, "xy", "          xy", 0}, {"abc", 2, "XYZ", "abXYZ", 0}, {"", LIMIT, "x", nullptr, NYM_S_STRING_LIMIT},
-               {"abc", -2, "xy", nullptr, NYM_S_BAD_SEEK}, {"abc", MAX64 - 1, "xy", nullptr, NYM_S_BAD_SEEK}};
+  } cases[] = {{"", 10, "xy", "          xy", 0},
+               {"abc", 2, "XYZ", "abXYZ", 0},
+               {"", LIMIT, "x", nullptr, NYM_S_STRING_LIMIT},
+               {"abc", -2, "xy", nullptr, NYM_S_BAD_SEEK},
+               {"abc", MAX64 - 1, "xy", nullptr, NYM_S_BAD_SEEK}};
   for (const auto& c : cases) {
     Nstring text = c.before;
     Open<Nym_string_buffer> buffer(text, false);
@@ -75,8 +78,9 @@ TEST(StringBufferTest, WritesAndWhatTheyRefuse) {
   // Far beyond what a string can hold: the string's own failure (with its text), under the write failure.
   position = MAX64 - 11;
   unlimited.write_at(position, 1, "x", status);
-  EXPECT_TRUE(status == NYM_S_WRITE_FAILED && (cause(status) == NYM_S_NO_MEMORY ||
-                                               (cause(status) == NYM_S_STD_EXCEPTION && status.child()->num_args() == 1)));
+  EXPECT_TRUE(
+      status == NYM_S_WRITE_FAILED &&
+      (cause(status) == NYM_S_NO_MEMORY || (cause(status) == NYM_S_STD_EXCEPTION && status.child()->num_args() == 1)));
 }
 
 TEST(StringBufferTest, ReadsTruncatesAndTheWideStoresUnits) {
@@ -188,7 +192,8 @@ TEST(ReadOnlyBufferTest, RefuseWritersWritesAndNegativePositions) {
   check_read_only(func, false);
   // A window must not show what lies before it, nor any store what lies before its start.
   Nym_sub_buffer open_window(parent, 7, Nym_sub_buffer::NO_END);
-  for (const Nym_buffer* store : std::initializer_list<const Nym_buffer*>{raw_store.get(), &window, &open_window, &chain}) {
+  for (const Nym_buffer* store :
+       std::initializer_list<const Nym_buffer*>{raw_store.get(), &window, &open_window, &chain}) {
     for (const int64 at : {int64{-2}, std::numeric_limits<int64>::min()}) {
       Nym_status status;
       Nym_unbuffered_istream in(*store, false, status);
@@ -238,7 +243,8 @@ TEST(MultiBufferTest, ReadsCrossMembersStopAtErrorsAndOwnTheirMembers) {
   failing.seek_at(NYM_SEEK_END, 0, position, status);
   EXPECT_TRUE(status == NYM_S_BAD_SEEK && status.contains_value(NYM_S_NO_FUNCTOR) && position == 5);
   // The sanitizers report a leak here.
-  Nym_multi_buffer owner(std::vector<const Nym_buffer*>{new Nym_func_buffer(new Trickle_functor("a", 1)), nullptr}, true);
+  Nym_multi_buffer owner(std::vector<const Nym_buffer*>{new Nym_func_buffer(new Trickle_functor("a", 1)), nullptr},
+                         true);
 }
 
 // Every reader of a store believes no more than it asked for: a functor that claims 64 bytes

@@ -6,7 +6,6 @@
 #include <string>
 #include <thread>
 #include <tuple>
-#include <type_traits>
 #include <vector>
 
 #include "nym/ibyte_stream.h"
@@ -102,10 +101,6 @@ TYPED_TEST(IstreamTest, PositionsAtTheExtremesFailOrEndAsDocumented) {
     note(stream.wreadln_at(at, 10, wide, status) + wide.size());
     EXPECT_EQ(answers, decltype(answers)(4, {0, expected})) << at;  // NYM_EOL_ANY is 0
     EXPECT_TRUE(!stream.size_greater_than(at) && stream.tell() == at) << at;
-    if constexpr (std::is_same_v<TypeParam, Nym_buffered_istream>) {
-      EXPECT_THROW(stream.read_char(), std::runtime_error) << at;
-      EXPECT_THROW(stream.read_wchar(), std::runtime_error) << at;
-    }
   }
 }
 
@@ -130,8 +125,6 @@ TEST(BufferedIstreamTest, TheWindowGathersAndNeverSplitsAUnit) {
   for (int i = 0; i < 10000; ++i) ASSERT_EQ(units.read_wchar(), static_cast<unsigned short>(i)) << i;
   EXPECT_THROW(units.read_wchar(), std::runtime_error) << "half a unit at the end";
 }
-
-// ---- Line readers
 
 namespace {
 
@@ -184,10 +177,11 @@ std::vector<Line> read_lines(Form form, Nym_eol rule, const std::string& text, u
     for (int sequential = 0; sequential < 2; ++sequential) {
       const auto name = form == Form::wide ? LITTLE[call % 4] : BIG[call % 2];
       if (form == Form::narrow) {
-        report[sequential] = sequential ? stream.readln(max, line[1], status) : stream.readln_at(at, max, line[0], status);
+        report[sequential] =
+            sequential ? stream.readln(max, line[1], status) : stream.readln_at(at, max, line[0], status);
       } else {
-        report[sequential] = sequential ? (stream.*name.first)(max, wide[1], status)
-                                        : (stream.*name.second)(at, max, wide[0], status);
+        report[sequential] =
+            sequential ? (stream.*name.first)(max, wide[1], status) : (stream.*name.second)(at, max, wide[0], status);
       }
       for (char16_t c : wide[sequential]) line[sequential].push_back(static_cast<char>(c));
       after[sequential] = status.value();
@@ -250,22 +244,6 @@ TEST(LineReaderTest, ABlockingReaderWaitsForTheLineEnd) {
   out.detach();
   line_reader.join();
   EXPECT_EQ(lines, (std::vector<std::string>{"hello", "world"}));
-}
-
-// ---- Nym_ostream
-
-// Keeping the old place on init would leave the first buffer without a writer for good.
-TEST(OstreamTest, InitDetachAndTheDestructorFreeThePlace) {
-  Nstring a_text, b_text;
-  Nym_string_buffer a(a_text, false), b(b_text, false);
-  Nym_status status;
-  Nym_ostream first(a, status);
-  first.write(2, "ab", status);
-  first.init(b, status, NYM_EOL_CR);
-  EXPECT_TRUE(a.num_ostream() == 0 && b.num_ostream() == 1 && first.tell() == 0 && first.get_eol() == NYM_EOL_CR);
-  first.detach();
-  { Nym_ostream scoped(b, status); }
-  EXPECT_EQ(b.num_ostream(), 0u);
 }
 
 TEST(OstreamTest, WriteAtSeekSetSizeAndAFailedLine) {

@@ -1,6 +1,5 @@
-// What the buffer tests need of the stores: any store with its protected operations opened up
-// and its sleeps, signals and locks counted, and a functor that hands its bytes out a few at a
-// time, as a pipe or a socket would.
+// Any store with its protected operations opened up and its sleeps, signals and locks counted, and
+// a functor that hands its bytes out a few at a time, as a pipe or a socket would.
 #ifndef NYM_TEST_STORES_H
 #define NYM_TEST_STORES_H
 

@@ -1,9 +1,7 @@
-// Text through stores and streams: the UTF stream conversions and nym_detect_encoding, over
-// stores that cut their reads short, end early or misbehave. Whole samples, and the exact
-// detectors, are the text-encoding recipe's, the nym tool's and the fuzz targets' cases.
+// The UTF stream conversions and nym_detect_encoding over stores that cut reads short, end early or
+// misbehave. Whole samples and the exact detectors are the recipe's, the tool's and the fuzz cases.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -148,24 +146,17 @@ TEST(UtfStreamTest, TheEndAndErrorsThatComeWithBytes) {
   }
 }
 
-// ---- nym_detect_encoding
-
-namespace {
-
-const char* const PROSE = "Le câble déçu mais l'âme plutôt naïve, Louÿs rêva de crapaüter. "
-                          "Zwölf Boxkämpfer jagen Viktor quer über den großen Sylter Deich.\n";
-
-}  // namespace
-
 TEST(EncodingDetectTest, LimitsErrorsAndStoresThatOverstate) {
   // A character cut by the limit counts against nothing; as the end of the data it does.
-  const std::string prose = PROSE;
+  const std::string prose = "Le câble déçu mais l'âme plutôt naïve, Louÿs rêva de crapaüter. "
+                            "Zwölf Boxkämpfer jagen Viktor quer über den großen Sylter Deich.\n";
   const uint64 cut = prose.find("é") + 1;
   Nym_status status;
   EXPECT_EQ(nym_detect_encoding(nym_test::trickle(prose, 3).get(), cut, status).encoding, NYM_ENCODING_UTF8);
   EXPECT_TRUE(status.is_clear() && nym_detect_encoding(prose.data(), cut).encoding == NYM_ENCODING_NEITHER);
   // Read past its block, the detector would run off its stack; ASan watches the host build.
-  EXPECT_LE(nym_detect_encoding(nym_test::trickle(bytes_of(u"plain text"), 1 << 20, 1 << 20).get(), status).confidence, 100u);
+  const auto overstating = nym_test::trickle(bytes_of(u"plain text"), 1 << 20, 1 << 20);
+  EXPECT_LE(nym_detect_encoding(overstating.get(), status).confidence, 100u);
   EXPECT_TRUE(status.is_clear());
   // A read error stays, and the answer judges what came before it: a lead byte there is no fault.
   const auto failing = nym_test::trickle(prose + "\xE9 and more", 1 << 20, 0, prose.size() + 1);
