@@ -1,5 +1,5 @@
-// The UTF stream conversions and nym_detect_encoding over stores that cut reads short, end early or
-// misbehave. Whole samples and the exact detectors are the recipe's, the tool's and the fuzz cases.
+// The UTF stream conversions, the exact detectors and nym_detect_encoding over stores that cut
+// reads short, end early or misbehave. Whole samples of the guess are the recipe's and the tool's.
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -49,6 +49,15 @@ struct Source {
   Ending_functor* functor;
   Nym_func_buffer store;
 };
+
+// Host-order (little-endian) UTF-16 bytes of UTF-8 text, or big-endian ones.
+std::string utf16(const char* utf8, bool big_endian = false) {
+  Wstring w;
+  nym_utf8_to_utf16(utf8, w);
+  std::string bytes = bytes_of(w);
+  for (std::size_t i = 0; big_endian && i + 1 < bytes.size(); i += 2) std::swap(bytes[i], bytes[i + 1]);
+  return bytes;
+}
 
 struct Converted {
   Nstring out;
@@ -165,4 +174,112 @@ TEST(EncodingDetectTest, LimitsErrorsAndStoresThatOverstate) {
   const Nym_encoding_guess none = nym_detect_encoding(static_cast<const Nym_buffer*>(nullptr), status);
   EXPECT_TRUE(status.is_clear() && none.confidence == 0 && nym_detect_encoding(nullptr, 0).confidence == 0);
   EXPECT_THROW(nym_detect_encoding(nullptr, 1), std::invalid_argument);
+}
+
+TEST(IsUtf8Test, Texts) {
+  const struct {
+    std::string bytes;
+    bool result;
+    unsigned char flags;
+    bool ascii;
+  } cases[] = {
+      {"plain text\r\n", true, 0, true},
+      {"caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x98\x80", true, 0, false},
+      {"\xEF\xBB\xBFmarked", true, 0x04, true},
+      {"", true, 0x04, true},            // an empty block matches the mark
+      {"\xEF\xBB", true, 0x04, true},     // a block shorter than the mark matches on a prefix
+      {"\xFF\xFEx\0", false, 0, true},    // UTF-16 marks: no walk at all
+      {"\xFE\xFF\0x", false, 0, true},
+      {"\xFF", false, 0, true},          // a block shorter than a UTF-16 mark, on its prefix
+      {"bad \xC3", false, 0, false},      // cut at the end
+      {"bad \xC3(", false, 0, false},
+      {"bad \x80", false, 0, false},
+      {"\xEF\xBF\xBF", false, 0, false},  // U+FFFF is a non-character
+      {"\xF4\x90\x80\x80", false, 0, false},  // above U+10FFFF: ICU knows nothing there
+      {"\xE0\xA2\xB3", false, 0, false},  // U+08B3 came after Unicode 7
+      {"\xC0\x80", true, 0, false},       // overlong NUL decodes to an assigned value
+      {"\xED\xA0\x80", true, 0, false},   // an encoded surrogate counts as assigned
+      {std::string("a\0b", 3), true, 0, true},
+      {std::string(8191, 'a') + "\xC3\xA9", false, 0, false},  // split by the block boundary
+      {std::string(8190, 'a') + "\xC3\xA9", true, 0, false},
+      {std::string(20000, 'a') + "\xFF", false, 0, false},
+  };
+  for (const auto& c : cases) {
+    for (const End end : {End::plain, End::quiet}) {
+      Source source(c.bytes, end);
+      unsigned char flags = 0xFF;
+      bool ascii = !c.ascii;
+      Nym_status status;
+      EXPECT_EQ(nym_is_utf8(&source.store, flags, ascii, status), c.result) << c.bytes.substr(0, 20);
+      EXPECT_TRUE(status.is_clear());
+      EXPECT_EQ(flags, c.flags) << c.bytes.substr(0, 20);
+      EXPECT_EQ(ascii, c.ascii) << c.bytes.substr(0, 20);
+    }
+  }
+  unsigned char flags = 0xFF;
+  bool ascii = false;
+  Nym_status status;
+  EXPECT_FALSE(nym_is_utf8(nullptr, flags, ascii, status));
+  EXPECT_EQ(flags, 0);
+  Source text("text");
+  status = 0xC2000005u;
+  EXPECT_FALSE(nym_is_utf8(&text.store, flags, ascii, status)) << "an error already there";
+  EXPECT_EQ(status.value(), 0xC2000005u);
+}
+
+TEST(IsUtf16Test, Texts) {
+  const std::string le("\xFF\xFE", 2);
+  const std::string be("\xFE\xFF", 2);
+  std::string long_text;
+  while (long_text.size() < 50000) long_text += "Stra\xC3\x9F" "e \xD1\x84\xD0\xB0\xD0\xB9\xD0\xBB ";
+  // 101 units with one value that is no character in either order.
+  const std::string one_bad = utf16(("\xC3\xA9" + std::string(99, 'x')).c_str()) + std::string("\xFF\xFF", 2);
+  const struct {
+    const char* name;
+    std::string bytes;
+    unsigned short tolerance;
+    bool result;
+    unsigned char flags;
+  } cases[] = {
+      {"little-endian latin", utf16("H\xC3\xA9llo w\xC3\xB6rld, \xC3\xA7" "a va?"), 0, true, 0x03},
+      // Swapped Latin letters read as CJK and private use, all assigned: equal counts mean
+      // little-endian.
+      {"big-endian latin, undecidable", utf16("H\xC3\xA9llo w\xC3\xB6rld", true), 0, true, 0x03},
+      // U+00DF and U+00D8 swapped are lone surrogates.
+      {"big-endian german", utf16("Stra\xC3\x9F" "e \xC3\x98l", true), 50, true, 0x01},
+      {"little-endian with mark", le + utf16("mark\xC3\xA9 text"), 0, true, 0x07},
+      {"big-endian with mark", be + utf16("mark\xC3\xA9 text", true), 0, true, 0x05},
+      // A mark against the counts: the counted order wins and the mark falls, unless one order
+      // has no bad unit at all. (The swapped walk includes the mark, read as 0xFFFE.)
+      {"little-endian mark on big-endian text", le + utf16("Stra\xC3\x9F" "e \xC3\x98l \xC3\x9F", true), 50, true, 0x01},
+      {"big-endian mark, no bad unit", be + utf16("caf\xC3\xA9 cr\xC3\xA8me"), 50, true, 0x05},
+      {"seven-bit ascii", "even length text", 100, false, 0x02},
+      {"odd size", "odd", 100, false, 0x02},
+      {"empty", "", 0, false, 0x02},
+      {"cjk", utf16("\xE6\x96\x87\xE4\xBB\xB6\xE6\x9C\x8D\xE5\x8A\xA1\xE5\x99\xA8"), 0, true, 0x03},
+      // The real UTF-8 mark EF BB BF is not the pattern looked for; BB EF ?? BF is.
+      {"real utf-8 mark", "\xEF\xBB\xBF" "abc\xC3\xA9", 0, true, 0x03},
+      {"mimicked utf-8 mark", std::string("\xBB\xEF\x41\xBF", 4) + utf16("\xC3\xA9\xC3\xA9"), 100, false, 0x02},
+      {"one bad unit, no tolerance", one_bad, 0, false, 0x02},
+      {"one bad unit, tolerated", one_bad, 5, true, 0x03},
+      {"long little-endian", utf16(long_text.c_str()), 1, true, 0x03},
+      {"long big-endian", utf16(long_text.c_str(), true), 1, true, 0x01},
+  };
+  for (const auto& c : cases) {
+    for (const End end : {End::plain, End::quiet}) {
+      Source source(c.bytes, end);
+      unsigned char flags = 0xFF;
+      Nym_status status;
+      EXPECT_EQ(nym_is_utf16(&source.store, c.tolerance, flags, status), c.result) << c.name;
+      EXPECT_TRUE(status.is_clear()) << c.name;
+      EXPECT_EQ(flags, c.flags) << c.name;
+    }
+  }
+  Nym_func_buffer sizeless;
+  unsigned char flags = 0;
+  Nym_status status;
+  EXPECT_TRUE(nym_is_utf16(&sizeless, 10, flags, status));
+  EXPECT_EQ(flags, 0x03) << "no size: true with flags 3";
+  EXPECT_FALSE(nym_is_utf16(nullptr, 10, flags, status));
+  EXPECT_EQ(flags, 0);
 }
