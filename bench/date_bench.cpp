@@ -1,14 +1,18 @@
-// Date conversions beside Howard Hinnant's days_from_civil and civil_from_days (public domain,
-// http://howardhinnant.github.io/date_algorithms.html), written out here. Both sides convert
-// the same 4096 dates spread over the whole legal range; one item is one conversion.
+// Date conversions beside Howard Hinnant's days_from_civil and civil_from_days (the tests'
+// civil_days.h). Both sides convert the same 4096 dates spread over the whole legal range; one
+// item is one conversion.
 #include <benchmark/benchmark.h>
 
 #include <random>
 #include <vector>
 
+#include "civil_days.h"
 #include "nym/date.h"
 
 using namespace nym;
+using nym_test::civil_from_days;
+using nym_test::days_from_civil;
+using nym_test::JULIAN_DAY_OF_1970;
 
 namespace {
 
@@ -18,28 +22,6 @@ struct Civil {
   int day;
 };
 
-long long days_from_civil(long long y, unsigned m, unsigned d) {
-  y -= m <= 2;
-  const long long era = (y >= 0 ? y : y - 399) / 400;
-  const unsigned yoe = static_cast<unsigned>(y - era * 400);
-  const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-  const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-  return era * 146097 + static_cast<long long>(doe) - 719468;
-}
-
-void civil_from_days(long long z, long long& y, unsigned& m, unsigned& d) {
-  z += 719468;
-  const long long era = (z >= 0 ? z : z - 146096) / 146097;
-  const unsigned doe = static_cast<unsigned>(z - era * 146097);
-  const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-  const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-  const unsigned mp = (5 * doy + 2) / 153;
-  d = doy - (153 * mp + 2) / 5 + 1;
-  m = mp < 10 ? mp + 3 : mp - 9;
-  y = static_cast<long long>(yoe) + era * 400 + (m <= 2);
-}
-
-constexpr long long JULIAN_DAY_OF_1970 = 2440588;
 constexpr std::size_t COUNT = 4096;
 
 const std::vector<int>& julian_days() {

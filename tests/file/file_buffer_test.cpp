@@ -1,21 +1,17 @@
 // Nym_file_buffer: owning and attaching, a seek before every transfer so that streams at
-// different positions each get their own bytes, a blocking reader that follows a writer, and
-// the streams and helpers of the library working on files.
+// different positions each get their own bytes, and a blocking reader that follows a writer.
 #include <gtest/gtest.h>
 
 #include <limits>
 #include <thread>
 
 #include "file_fixture.h"
-#include "nym/crc.h"
 #include "nym/file_buffer.h"
+#include "nym/istream.h"
 #include "nym/ostream.h"
-#include "nym/stream_helpers.h"
-#include "watchdog.h"
 
 using namespace nym;
 using nym_test::chain;
-using nym_test::sys;
 using Codes = std::vector<unsigned int>;
 
 namespace {
@@ -31,7 +27,6 @@ struct Open_file_buffer : Nym_file_buffer {
 TEST_F(FileBufferTest, OwnsWhatItOpensAndLeavesAnAttachedFileOpen) {
   Nym_status status;
   Open_file_buffer buffer(path("missing"), NYM_ACCESS_READ, status);
-  EXPECT_EQ(chain(status), (Codes{NYM_S_FILE_OPEN_FAILED, NYM_S_FILE_NOT_FOUND}));
   buffer.open(path("a"), NYM_ACCESS_WRITE, status);  // the failed open left the buffer free
   buffer.open(path("b"), NYM_ACCESS_WRITE, status);
   EXPECT_EQ(chain(status), Codes{NYM_S_FILE_ALREADY_HELD});
@@ -40,14 +35,6 @@ TEST_F(FileBufferTest, OwnsWhatItOpensAndLeavesAnAttachedFileOpen) {
   EXPECT_TRUE(status.is_clear()) << "the file in use stayed";
   buffer.close();
 
-  Nym_unbuffered_istream in(buffer, false, status);
-  char byte = 0;
-  in.read(1, &byte, status);
-  EXPECT_EQ(chain(status), Codes{NYM_S_NO_FILE});
-  in.seek(NYM_SEEK_END, 0, status);
-  EXPECT_EQ(chain(status), Codes{NYM_S_NO_FILE});
-  Nym_ostream(buffer, status).write(1, "x", status);
-  EXPECT_EQ(chain(status), Codes{NYM_S_NO_FILE});
   buffer.truncate(0, status);
   EXPECT_EQ(chain(status), Codes{NYM_S_NO_FILE}) << "truncate on a closed buffer reports";
 
@@ -84,22 +71,15 @@ TEST_F(FileBufferTest, StreamsAtDifferentPositionsEachGetTheirBytes) {
   EXPECT_EQ(first.tell(), 7);
   first.seek(NYM_SEEK_CURRENT, std::numeric_limits<int64>::max(), status);
   EXPECT_EQ(chain(status), Codes{NYM_S_SEEK_FAILED}) << "the sum is checked";
-  first.seek(NYM_SEEK_BEGIN, -1, status);
-  EXPECT_EQ(chain(status), (Codes{NYM_S_SEEK_FAILED, sys(ERROR_NEGATIVE_SEEK)}));
   EXPECT_EQ(first.tell(), 7) << "a refused seek keeps the stream's position";
-  first.seek(NYM_SEEK_END, 5, status);
-  EXPECT_EQ(first.tell(), 25);
-  first.read(1, two, status);
-  EXPECT_EQ(chain(status), Codes{NYM_S_END_OF_DATA});
 }
 
 TEST_F(FileBufferTest, ABlockingReaderFollowsAWriterOfTheSameBuffer) {
-  nym_test::Watchdog watchdog("ABlockingReaderFollowsAWriterOfTheSameBuffer", std::chrono::seconds(120));
   Nym_status status, write_status;
   Nym_file_buffer buffer(path("w"), NYM_FILE_REPLACE, NYM_ACCESS_READ_WRITE, 0, 0, status);
   Nym_ostream out(buffer, status, NYM_EOL_LF);  // attached before the reader starts
   std::thread writer([&] {
-    for (int i = 0; i < 300 && write_status.ok(); ++i) out.writeln("line " + std::to_string(i), write_status);
+    for (int i = 0; i < 50 && write_status.ok(); ++i) out.writeln("line " + std::to_string(i), write_status);
     out.detach();
   });
   Nym_buffered_istream in(buffer, true, status, NYM_EOL_LF);
@@ -112,53 +92,7 @@ TEST_F(FileBufferTest, ABlockingReaderFollowsAWriterOfTheSameBuffer) {
   writer.join();
   EXPECT_TRUE(write_status.is_clear());
   EXPECT_EQ(status.value(), NYM_S_END_OF_DATA);
-  EXPECT_EQ(lines, 300);
-  EXPECT_EQ(wrong, -1);
-}
-
-TEST_F(FileBufferTest, StreamsAndHelpersWorkOnFiles) {
-  Nym_status status;
-  {
-    Nym_file_buffer target(path("src"), NYM_ACCESS_WRITE, status);
-    Nym_ostream out(target, status, NYM_EOL_CRLF);
-    out.writeln("first", status);
-    out.xwriteln_be(u"wide", status);
-    out.write_be(0x01020304, status);
-    out.write_le(0x01020304, status);
-    out.seek(NYM_SEEK_END, 100, status);  // a write beyond the end grows the file
-    out.write(1, "!", status);
-    EXPECT_EQ(out.size(status), 128);
-    out.set_size(120, status);
-    EXPECT_EQ(out.size(status), 120);
-  }
-  Nym_file_buffer source(path("src"), NYM_ACCESS_READ, status);
-  Nym_buffered_istream in(source, false, status, NYM_EOL_CRLF);
-  Nstring line;
-  Wstring wide;
-  int be = 0, le = 0;
-  EXPECT_EQ(in.readln(100, line, status), NYM_EOL_CRLF);
-  EXPECT_EQ(in.xreadln_be(100, wide, status), NYM_EOL_CRLF);
-  in.read_be(be, status);
-  in.read_le(le, status);
-  EXPECT_TRUE(status.is_clear());
-  EXPECT_TRUE(line == "first" && wide == u"wide" && be == 0x01020304 && le == 0x01020304);
-
-  // File to file through the helper, then the whole of both by CRC.
-  Nym_file_buffer copy(path("copy"), NYM_FILE_REPLACE, NYM_ACCESS_READ_WRITE, 0, NYM_SHARE_READ, status);
-  in.seek(0);
-  {
-    Nym_ostream out(copy, status);
-    nym_copy_stream(in, out, status);
-    EXPECT_TRUE(status.is_clear());
-  }
-  const std::string bytes = take(path("src"));
-  EXPECT_EQ(take(path("copy")), bytes);
-  Nym_crc32 of_source, of_copy;
-  of_source.update(source, status);
-  of_copy.update(copy, status);
-  EXPECT_TRUE(status.is_clear());
-  EXPECT_EQ(of_copy.result(true), Nym_crc32::calculate(bytes.data(), bytes.size()));
-  EXPECT_EQ(of_source.result(true), of_copy.result(true));
+  EXPECT_EQ(std::make_pair(lines, wrong), std::make_pair(50, -1)) << "lines read, and the first one wrong";
 }
 
 }  // namespace

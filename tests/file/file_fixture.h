@@ -1,6 +1,6 @@
 // What the file tests share: a fresh directory per test under the system's temporary folder,
-// and bytes put and taken with plain Win32 calls, so that the file classes are checked
-// against the system rather than against themselves.
+// and bytes put and taken without the library, so that the file classes are checked against
+// the system rather than against themselves.
 #ifndef NYM_TESTS_FILE_FILE_FIXTURE_H
 #define NYM_TESTS_FILE_FILE_FIXTURE_H
 
@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -19,24 +21,15 @@ namespace nym_test {
 class File_test : public testing::Test {
  protected:
   void SetUp() override {
-    wchar_t temp[MAX_PATH + 1];
-    const DWORD n = GetTempPathW(MAX_PATH + 1, temp);
-    ASSERT_TRUE(n > 0 && n <= MAX_PATH);
     static unsigned int serial = 0;
-    m_dir = nym::Wstring(reinterpret_cast<const char16_t*>(temp)) + u"nym-file-test-" +
-            wide(std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++serial)) + u"\\";
-    ASSERT_TRUE(CreateDirectoryW(win(m_dir), nullptr));
+    const std::filesystem::path dir = std::filesystem::temp_directory_path() /
+        ("nym-file-test-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++serial));
+    ASSERT_TRUE(std::filesystem::create_directory(dir));
+    m_dir = dir.u16string() + u"\\";
   }
   void TearDown() override {
-    WIN32_FIND_DATAW found;
-    const HANDLE listing = FindFirstFileW(win(m_dir + u"*"), &found);
-    if (listing != INVALID_HANDLE_VALUE) {
-      do {
-        DeleteFileW(win(m_dir + reinterpret_cast<const char16_t*>(found.cFileName)));  // fails on . and ..
-      } while (FindNextFileW(listing, &found));
-      FindClose(listing);
-    }
-    RemoveDirectoryW(win(m_dir));
+    std::error_code ignored;
+    std::filesystem::remove_all(std::filesystem::path(m_dir), ignored);
   }
 
   nym::Wstring path(const char* name) const { return m_dir + wide(name); }
@@ -46,24 +39,18 @@ class File_test : public testing::Test {
   static nym::Wstring wide(const std::string& ascii) { return nym::Wstring(ascii.begin(), ascii.end()); }
 
   static void put(const nym::Wstring& file, const std::string& bytes) {
-    const HANDLE h = CreateFileW(win(file), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-    ASSERT_NE(h, INVALID_HANDLE_VALUE);
-    DWORD n = 0;
-    const BOOL ok = WriteFile(h, bytes.data(), static_cast<DWORD>(bytes.size()), &n, nullptr);
-    CloseHandle(h);
-    ASSERT_TRUE(ok && n == bytes.size());
+    ASSERT_TRUE(std::ofstream(std::filesystem::path(file), std::ios::binary) << bytes);
   }
-  // The file's bytes, or "(missing)".
+  // The file's bytes, or "(missing)"; read sharing all, as the files under test may be open.
   static std::string take(const nym::Wstring& file) {
     const HANDLE h = CreateFileW(win(file), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                  nullptr, OPEN_EXISTING, 0, nullptr);
     if (h == INVALID_HANDLE_VALUE) return "(missing)";
-    std::string bytes;
-    char block[4096];
+    std::string bytes(GetFileSize(h, nullptr), '\0');
     DWORD n = 0;
-    while (ReadFile(h, block, sizeof block, &n, nullptr) && n > 0) bytes.append(block, n);
+    const BOOL ok = ReadFile(h, &bytes[0], DWORD(bytes.size()), &n, nullptr);
     CloseHandle(h);
-    return bytes;
+    return ok ? bytes.substr(0, n) : "(unreadable)";
   }
   static bool exists(const nym::Wstring& file) { return GetFileAttributesW(win(file)) != INVALID_FILE_ATTRIBUTES; }
 

@@ -1,18 +1,15 @@
-// Nym_path as a whole: simplify (against a literal level-by-level copy), relative_to, the
+// Nym_path as a whole: simplify (against a literal level-by-level copy), cd, relative_to, the
 // roots and the search-path splitter.
 #include <gtest/gtest.h>
 
-#include <random>
+#include <algorithm>
 #include <stdexcept>
-#include <vector>
 
-#include "nym/cwstring.h"
 #include "path_test_support.h"
-#include "test_helpers.h"
 
 using namespace nym;
 using nym_test::as_path;
-using nym_test::u8;
+using nym_test::utf8;
 using nym_test::what_of;
 
 namespace {
@@ -21,71 +18,54 @@ namespace {
 // (cubic: small inputs only). With `patched`, a look-back that would read past the end of a
 // UNC directory path reads an empty level instead of raising.
 struct Literal_path {
+  static constexpr Wchar sep = u'\\', dsep = u':', xsep = u'.';
   Wstring t;
-  Wchar sep, dsep, xsep;
 
   bool unc() const { return t.size() >= 2 && t[0] == sep && t[1] == sep; }
   uint64 absolute_levels() const {
-    uint64 k = 0, count = 0;
-    while (k < t.size() && t[k] == sep) ++k;
-    for (; k < t.size(); ++k) count += t[k] == sep;
-    return count;
+    const uint64 k = t.find_first_not_of(sep);
+    return k == Wstring::npos ? 0 : std::count(t.begin() + k, t.end(), sep);
   }
-  uint64 find_filename() const { return t.rfind(sep) == Wstring::npos ? 0 : t.rfind(sep) + 1; }
-  uint64 find_level(uint64 n, uint64& len) const {
-    uint64 pos = unc() ? 2 : (!t.empty() && t[0] == sep) ? 1 : 0, start = 0, end = 0;
-    for (uint64 pass = 0; pass < n + 1; ++pass) {
-      if (pos >= t.size()) throw std::range_error("level index out of range.");
-      for (start = end = pos; end < t.size() && t[end] != sep;) ++end;
-      pos = end + 1;
+  std::pair<uint64, uint64> find_level(uint64 n) const {  // start and length
+    uint64 start = unc() ? 2 : !t.empty() && t[0] == sep, end = start - 1;
+    for (uint64 pass = 0; pass <= n; ++pass) {
+      if ((start = end + 1) >= t.size()) throw std::range_error("level index out of range.");
+      end = std::min<uint64>(t.find(sep, start), t.size());
     }
-    len = end - start;
-    return start;
+    return {start, end - start};
   }
   Wstring level(uint64 n) const {
     n += t.find(dsep) == 1 ? 1 : unc() ? 2 : 0;
-    const uint64 f = find_filename();
-    if (n == absolute_levels() && f < t.size()) {
-      const uint64 x = t.rfind(xsep);
-      return t.substr(f, (x == Wstring::npos || x <= f ? t.size() : x) - f);
-    }
-    uint64 len = 0;
-    const uint64 start = find_level(n, len);
+    const uint64 f = t.rfind(sep) + 1, x = t.rfind(xsep);
+    if (n == absolute_levels() && f < t.size()) return t.substr(f, (x != Wstring::npos && x > f ? x : t.size()) - f);
+    const auto [start, len] = find_level(n);
     return t.substr(start, len);
   }
   void erase_level(uint64 i) {
-    uint64 len = 0;
-    const uint64 start = find_level(i, len);
+    const auto [start, len] = find_level(i);
     t.erase(start, len + (start + len < t.size() ? 1 : 0));
   }
   Wstring simplify(bool patched) {
     for (Wchar& u : t) u = u == u'/' ? sep : u;
-    for (Wchar& u : t) u = u == u'\\' ? sep : u;
-    if (absolute_levels() == 0) return t;
     for (uint64 i = 0; i < absolute_levels();) {
-      uint64 len = 0;
-      const uint64 start = find_level(i, len);
+      const auto [start, len] = find_level(i);
       const Wstring c = t.substr(start, len);
+      bool found = false;
+      for (uint64 j = i; c == u".." && j-- > 0 && !found;) {
+        try {
+          found = level(j) != u"..";
+        } catch (const std::range_error&) {
+          if (!patched) throw;
+          found = true;
+        }
+      }
       if (c.empty() || c == u".") {
         erase_level(i);
-      } else if (c != u".." || i == 0) {
-        ++i;
+      } else if (found) {
+        erase_level(i);
+        erase_level(--i);
       } else {
-        bool found = false;
-        for (uint64 j = i; j-- > 0 && !found;) {
-          try {
-            found = level(j) != u"..";
-          } catch (const std::range_error&) {
-            if (!patched) throw;
-            found = true;
-          }
-        }
-        if (found) {
-          erase_level(i);
-          erase_level(--i);
-        } else {
-          ++i;
-        }
+        ++i;
       }
     }
     return t;
@@ -93,47 +73,31 @@ struct Literal_path {
 };
 
 // The library's simplify against the literal one; answers whether the literal raised.
-bool same_as_literal(const Wstring& text, Wchar sep = u'\\', Wchar dsep = u':', Wchar xsep = u'.') {
-  Nym_path p;
-  p.path_separator(sep).drive_separator(dsep).extension_separator(xsep);
-  p = text;
-  p.simplify();
-  bool raised = false;
+bool same_as_literal(const Wstring& text) {
   Wstring expected;
-  try {
-    expected = Literal_path{text, sep, dsep, xsep}.simplify(false);
-  } catch (const std::range_error&) {
-    raised = true;
-    expected = Literal_path{text, sep, dsep, xsep}.simplify(true);
-  }
-  EXPECT_EQ(Wstring(p), expected) << u8(text);
+  const bool raised = what_of([&] { expected = Literal_path{text}.simplify(false); }) != "(nothing raised)";
+  if (raised) expected = Literal_path{text}.simplify(true);
+  EXPECT_EQ(Wstring(as_path(text).simplified()), expected) << utf8(text);
   return raised;
 }
 
 TEST(PathSimplifyTest, Table) {
   const std::pair<const char16_t*, const char16_t*> cases[] = {
-      {u"a/b\\c", u"a\\b\\c"}, {u"a\\.\\b", u"a\\b"}, {u".\\a", u"a"}, {u"a\\\\b", u"a\\b"}, {u"a\\\\", u"a\\"},
-      {u"\\\\\\a\\b", u"\\\\a\\b"}, {u"a\\..\\b", u"b"}, {u"a\\b\\.\\", u"a\\b\\"}, {u"a\\.\\", u"a\\"},
-      {u"a\\..\\", u""}, {u"a\\..", u"a\\.."}, {u"a\\b\\..", u"a\\b\\.."}, {u"a\\.", u"a\\."}, {u".", u"."},
-      {u"..", u".."}, {u"..\\a", u"..\\a"}, {u"..\\..\\a", u"..\\..\\a"}, {u"a\\..\\..\\b", u"..\\b"},
-      {u"b\\a\\..\\..", u"b\\.."}, {u"x\\y.txt\\..\\z", u"x\\z"}, {u"\\a\\..\\b", u"\\b"}, {u"\\..\\b", u"\\..\\b"},
-      {u"c:\\a\\..\\b", u"c:\\b"}, {u"c:\\a\\b\\..\\..\\c", u"c:\\c"}, {u"c:\\..\\b", u"c:\\..\\b"},
-      {u"c:\\a\\..\\..\\b", u"c:\\..\\b"}, {u"c:\\..", u"c:\\.."}, {u"c:\\a\\..", u"c:\\a\\.."}, {u"c:a", u"c:a"},
-      {u"c:a\\..\\b", u"c:a\\..\\b"}, {u"\\\\s\\sh\\a\\..\\b", u"\\\\s\\sh\\b"}, {u"\\\\s\\sh\\..\\b", u"\\\\s\\b"},
-      {u"\\\\s\\..\\b", u"\\\\b"}, {u"\\\\s\\sh\\..", u"\\\\s\\sh\\.."}, {u"c:\\a\\..\\", u"c:\\"},
-      {u"c:\\..\\", u"c:\\..\\"}, {u"\\a\\..\\", u"\\"},
+      {u"a/b\\c", u"a\\b\\c"}, {u"a\\.\\b", u"a\\b"}, {u".\\a", u"a"}, {u"a\\\\", u"a\\"}, {u"\\\\\\a\\b", u"\\\\a\\b"},
+      {u"a\\..\\", u""}, {u"a\\..", u"a\\.."}, {u"a\\.", u"a\\."}, {u"..\\..\\a", u"..\\..\\a"},
+      {u"a\\..\\..\\b", u"..\\b"}, {u"b\\a\\..\\..", u"b\\.."}, {u"x\\y.txt\\..\\z", u"x\\z"}, {u"\\..\\b", u"\\..\\b"},
+      {u"c:\\a\\b\\..\\..\\c", u"c:\\c"}, {u"c:\\a\\..\\..\\b", u"c:\\..\\b"}, {u"c:\\..", u"c:\\.."},
+      {u"c:a\\..\\b", u"c:a\\..\\b"}, {u"\\\\s\\sh\\..\\b", u"\\\\s\\b"}, {u"\\\\s\\..\\b", u"\\\\b"},
+      {u"\\\\s\\sh\\..", u"\\\\s\\sh\\.."}, {u"c:\\..\\", u"c:\\..\\"}, {u"\\a\\..\\", u"\\"},
       // A UNC directory path ending in ..\ takes its parent, as a drive path does; the share
       // and the server are levels like any other, as in the rows above.
-      {u"\\\\s\\sh\\a\\..\\", u"\\\\s\\sh\\"}, {u"\\\\s\\sh\\d\\e\\..\\..\\", u"\\\\s\\sh\\"},
-      {u"\\\\s\\sh\\..\\", u"\\\\s\\"}, {u"\\\\s\\..\\", u"\\\\"}, {u"\\\\s\\sh\\a\\..\\...", u"\\\\s\\sh\\..."},
+      {u"\\\\s\\sh\\d\\e\\..\\..\\", u"\\\\s\\sh\\"}, {u"\\\\s\\..\\", u"\\\\"},
+      {u"\\\\s\\sh\\a\\..\\...", u"\\\\s\\sh\\..."},
   };
-  for (const auto& [text, expected] : cases) EXPECT_EQ(Wstring(as_path(text).simplified()), expected) << u8(text);
-  // The directory code climbs from \\srv\share\dir\ this way.
-  EXPECT_EQ(Wstring(Nym_path(u"\\\\srv\\share\\dir\\").cd(u"..")), u"\\\\srv\\share\\");
+  for (const auto& [text, expected] : cases) EXPECT_EQ(Wstring(as_path(text).simplified()), expected) << utf8(text);
 }
 
-// Every path of up to four pieces over a small alphabet behind each kind of prefix, random
-// paths with odd separators, and long runs where the look-back has most to do.
+// Every path of up to four pieces over a small alphabet behind each kind of prefix.
 TEST(PathSimplifyTest, SameAsLiteral) {
   const Wstring pieces[] = {u"a", u".", u"..", u"", u"b.c", u"...", u"c:"};
   std::vector<Wstring> bodies{u""};
@@ -148,38 +112,15 @@ TEST(PathSimplifyTest, SameAsLiteral) {
     ASSERT_FALSE(HasFailure());
   }
   EXPECT_GT(raised, 0) << "the inputs on which the literal rule raises must be among these";
-
-  std::mt19937 random(2208);
-  const Wstring more[] = {u"a", u"..", u"..", u".", u"", u"x.y", u"...", u".z", u"c:", u":", u"|", u"_"};
-  const Wstring joints[] = {u"\\", u"/", u"\\", u"/", u"|", u":"};
-  const Wchar separators[][3] = {{u'\\', u':', u'.'}, {u'/', u':', u'.'}, {u'|', u':', u'_'}, {u':', u':', u'.'}};
-  for (int round = 0; round < 20000 && !HasFailure(); ++round) {
-    Wstring text = round % 2 ? u"\\\\" : u"c:";
-    for (std::size_t k = random() % 15; k > 0; --k) text += more[random() % std::size(more)] + joints[random() % 6];
-    const Wchar* s = separators[round % 3 ? 0 : random() % 4];
-    same_as_literal(text.substr(random() % 3), s[0], s[1], s[2]);
-  }
-
-  Wstring a, dots;
-  for (int k = 0; k < 60; ++k) a += u"a\\", dots += u"..\\";
-  for (const Wstring prefix : {u"", u"\\", u"c:\\", u"\\\\s\\sh\\"}) {
-    for (const Wstring& body : {dots + a, a + dots + u"..\\b", a.substr(0, 60) + dots, Wstring(u".\\\\..\\") + a}) {
-      same_as_literal(prefix + body);
-    }
-  }
 }
 
 // A 30,000-unit path of ..\ pieces: the literal rule takes minutes over it.
 TEST(PathSimplifyTest, LongPathsStayFast) {
   Wstring names, dots;
   for (int k = 0; k < 10000; ++k) names += u"a\\", dots += u"..\\";
-  EXPECT_EQ(Wstring(Nym_path(dots)), dots);
-  EXPECT_EQ(Wstring(Nym_path(u"c:\\" + dots)), u"c:\\" + dots);
-  EXPECT_EQ(Wstring(Nym_path(names + dots)), u"");
   EXPECT_EQ(Wstring(Nym_path(u"\\\\s\\sh\\" + names + dots)), u"\\\\s\\sh\\");
-  Nym_path deep(u"c:\\" + names + u"f");
-  deep.relative_to(u"c:\\" + names.substr(0, 10000) + u"b");
-  EXPECT_EQ(Wstring(deep), u"..\\" + names.substr(0, 10000) + u"f");
+  EXPECT_EQ(Wstring(as_path(u"c:\\" + names + u"f").relative_to(u"c:\\" + names.substr(0, 10000) + u"b")),
+            u"..\\" + names.substr(0, 10000) + u"f");
 }
 
 TEST(PathRelationsTest, Cd) {
@@ -187,77 +128,35 @@ TEST(PathRelationsTest, Cd) {
       {u"c:\\a\\f.txt", u"b", u"c:\\a\\b\\f.txt"}, {u"c:\\a\\f.txt", u"..", u"c:\\f.txt"},
       {u"c:\\a\\f", u"\\x", u"c:\\x\\f"}, {u"a\\f", u"", u"a\\f"}, {u"c:\\a\\", u"..\\b", u"c:\\b\\"},
       {u"c:\\", u"..", u"c:\\..\\"}, {u"", u"..", u"..\\"}, {u"f.txt", u"..", u"..\\f.txt"},
+      {u"\\\\srv\\share\\dir\\", u"..", u"\\\\srv\\share\\"},  // how the directory code climbs
   };
-  for (const auto& c : cases) EXPECT_EQ(Wstring(as_path(c[0]).cd(c[1])), c[2]) << u8(c[0]) << " " << u8(c[1]);
+  for (const auto& c : cases) EXPECT_EQ(Wstring(as_path(c[0]).cd(c[1])), c[2]) << utf8(c[0]) << " " << utf8(c[1]);
 }
 
 TEST(PathRelationsTest, RelativeTo) {
   const char16_t* const cases[][3] = {
-      {u"c:\\a\\b\\f.txt", u"c:\\a\\c", u"..\\b\\f.txt"}, {u"c:\\a\\f.txt", u"c:\\a", u"f.txt"},
-      {u"c:\\a\\f.txt", u"c:\\a\\b\\c", u"..\\..\\f.txt"}, {u"c:\\a\\b\\", u"c:\\a", u"b\\"}, {u"c:\\f", u"c:\\", u"f"},
+      {u"c:\\a\\b\\f.txt", u"c:\\a\\c", u"..\\b\\f.txt"}, {u"c:\\f", u"c:\\", u"f"},
+      {u"c:\\a\\f.txt", u"c:\\a\\b\\c", u"..\\..\\f.txt"}, {u"c:\\a\\b\\", u"c:\\a", u"b\\"},
       {u"\\\\s\\h\\a\\f", u"\\\\s\\h\\b", u"..\\a\\f"}, {u"\\a\\b", u"\\a\\c", u"..\\b"},
       {u"c:\\A\\f", u"c:\\a", u"..\\A\\f"}, {u"c:\\a\\", u"c:\\a\\", u""}, {u"c:\\a", u"c:\\a\\", u"..\\a"},
       {u"d:\\a", u"c:\\a", u"d:\\a"}, {u"d:\\x\\..\\a", u"c:\\a", u"d:\\x\\..\\a"}, {u"c:\\a\\f", u"C:\\a", u"c:\\a\\f"},
       {u"\\\\s\\h\\a", u"\\\\s\\other\\a", u"\\\\s\\h\\a"},
   };
-  for (const auto& c : cases) EXPECT_EQ(Wstring(as_path(c[0]).relative_to(Wstring(c[1]))), c[2]) << u8(c[0]);
+  for (const auto& c : cases) EXPECT_EQ(Wstring(as_path(c[0]).relative_to(Wstring(c[1]))), c[2]) << utf8(c[0]);
   Nym_path relative = as_path(u"a\\b");
   EXPECT_EQ(what_of([&] { relative.relative_to(u"a\\b"); }), "Both paths should be absolute.");
   EXPECT_EQ(what_of([] { as_path(u"c:\\a").relative_to(u"a"); }), "Both paths should be absolute.");
   EXPECT_EQ(Wstring(relative), u"a\\b");
 }
 
-// relative_to builds its answer with one simplify; one cd per level, as the rule is stated,
-// must give the same.
-Wstring relative_by_steps(Nym_path self, const Wstring& base) {
-  Nym_path b(base, W_EMPTY);
-  if (!b.is_absolute() || !self.is_absolute()) throw std::invalid_argument("Both paths should be absolute.");
-  if (self.drive() != b.drive() || self.unc() != b.unc()) return self;
-  self.simplify();
-  b.simplify();
-  const int64 n = static_cast<int64>(self.levels()) - (self.is_file_path() ? 1 : 0);
-  const int64 m = static_cast<int64>(b.levels());
-  int64 c = 0;
-  while (n > 0 && c < m && c < n && b[c] == self[c]) ++c;
-  Nym_path result;
-  for (int64 k = 0; k < m - c; ++k) result.cd(W_DOTDOT);
-  for (int64 k = c; k < n; ++k) result.cd(self[k]);
-  return result.filename(self.filename());
-}
-
-TEST(PathRelationsTest, RelativeToSameAsStepByStep) {
-  std::mt19937 random(11);
-  const Wstring pieces[] = {u"a", u"b", u"A", u"..", u"..", u".", u"", u"x:", u"f.txt"};
-  const Wstring roots[] = {u"c:\\", u"\\", u"\\\\s\\sh\\", u"c:", u"C:\\"};
-  const auto make = [&](const Wstring& root) {
-    Wstring text = root;
-    for (std::size_t k = random() % 7; k > 0; --k) text += pieces[random() % std::size(pieces)] + u"\\";
-    return text + (random() % 2 ? pieces[random() % std::size(pieces)] : Wstring());
-  };
-  for (int round = 0; round < 5000 && !HasFailure(); ++round) {
-    const Wstring root = roots[random() % std::size(roots)];
-    const Wstring path = make(root), base = make(random() % 8 ? root : roots[random() % std::size(roots)]);
-    Wstring expected, got;
-    const std::string expected_what = what_of([&] { expected = relative_by_steps(as_path(path), base); });
-    const Nym_path p = as_path(path);
-    EXPECT_EQ(what_of([&] { got = Wstring(p.relative_to(base)); }), expected_what) << u8(path) << " " << u8(base);
-    EXPECT_EQ(got, expected) << u8(path) << " against " << u8(base);
-  }
-}
-
 TEST(PathRelationsTest, RootsAndSearchPath) {
-  const char16_t* const roots[][3] = {
-      {u"c:\\a\\b\\f.txt", u"c:\\", u"c:\\a\\b\\"}, {u"a\\f", u"", u"a\\"}, {u"\\a\\f", u"", u"\\a\\"},
-      {u"c:\\f", u"c:\\", u"c:\\"}, {u"\\\\s\\sh\\d\\f", u"\\\\s\\sh\\", u"\\\\s\\sh\\d\\"}, {u"c:a", u"c:\\", u"c:\\"},
+  const char16_t* const roots[][2] = {  // the file system root, then the root and directory
+      {u"c:\\a\\b\\f.txt", u"c:\\|c:\\a\\b\\"}, {u"a\\f", u"|a\\"}, {u"\\a\\f", u"|\\a\\"}, {u"c:\\f", u"c:\\|c:\\"},
+      {u"\\\\s\\sh\\d\\f", u"\\\\s\\sh\\|\\\\s\\sh\\d\\"}, {u"c:a", u"c:\\|c:\\"},
   };
-  for (const auto& r : roots) {
-    EXPECT_EQ(as_path(r[0]).file_system_root(), r[1]) << u8(r[0]);
-    EXPECT_EQ(as_path(r[0]).root_and_directory(), r[2]) << u8(r[0]);
+  for (const auto& [text, expected] : roots) {
+    EXPECT_EQ(as_path(text).file_system_root() + u"|" + as_path(text).root_and_directory(), expected) << utf8(text);
   }
-  Nym_path slashed;
-  slashed.path_separator(u'/');
-  EXPECT_EQ((slashed = Wstring(u"//s/sh/d")).file_system_root(), u"//s/sh/");
-
   const std::pair<const char16_t*, std::vector<Wstring>> searches[] = {
       {u";;", {}}, {u"c:\\a;;d:\\b;", {u"c:\\a", u"d:\\b"}}, {u"\"c:/x y\";z", {u"c:/x y", u"z"}},
       {u"a;\"b;c\";d", {u"a", u"b;c", u"d"}}, {u"a\"b\";c", {u"a\"b\"", u"c"}},
@@ -265,7 +164,7 @@ TEST(PathRelationsTest, RootsAndSearchPath) {
   for (const auto& [text, directories] : searches) {
     std::vector<Wstring> out{u"stale"};
     nym_parse_path(text, out);
-    EXPECT_EQ(out, directories) << u8(text);
+    EXPECT_EQ(out, directories) << utf8(text);
   }
 }
 

@@ -6,52 +6,38 @@
 #include <vector>
 
 #include "path_test_support.h"
-#include "test_helpers.h"
 
 using namespace nym;
 using nym_test::as_path;
-using nym_test::u8;
+using nym_test::utf8;
 using nym_test::what_of;
 
 namespace {
 
+// The levels joined by '/', then directory, filename, base and extension, then D and X for
+// has_directory and has_extension.
+std::string parts(const Nym_path& p) {
+  std::string out;
+  for (uint64 k = 0; k < p.levels(); ++k) out += (k ? "/" : "") + utf8(p[k]);
+  out += "|" + utf8(p.directory()) + "|" + utf8(p.filename()) + "|" + utf8(p.base()) + "|" + utf8(p.extension());
+  return out + "|" + (p.has_directory() ? "D" : "") + (p.has_extension() ? "X" : "");
+}
+
 TEST(PathTest, PartsOfTexts) {
-  struct Case {
-    const char16_t* text;
-    std::vector<Wstring> levels;
-    bool has_directory;
-    const char16_t *directory, *filename, *base, *extension;
-    bool has_extension;
+  const std::pair<const char16_t*, const char*> cases[] = {
+      {u"c:\\a\\b\\f.txt", R"(a/b/f|\a\b\|f.txt|f|txt|DX)"}, {u"a\\f", R"(a/f|a\|f|f||D)"},
+      {u"\\f", R"(f|\|f|f||)"}, {u"c:\\", "|||||"}, {u"c:f", "||c:f|c:f||"},
+      {u"\\\\s\\sh\\d\\f.x", R"(d/f|\d\|f.x|f|x|DX)"}, {u"\\\\s\\sh\\", R"(|\||||)"},
+      {u".profile", ".profile||.profile|.profile||"}, {u"a.", "a||a.|a||X"}, {u"c:\\a.b\\", R"(a.b|\a.b\||||D)"},
+      {u"", "|||||"},
   };
-  const Case cases[] = {
-      {u"c:\\a\\b\\f.txt", {u"a", u"b", u"f"}, true, u"\\a\\b\\", u"f.txt", u"f", u"txt", true},
-      {u"\\a\\f", {u"a", u"f"}, true, u"\\a\\", u"f", u"f", u"", false},
-      {u"a\\f", {u"a", u"f"}, true, u"a\\", u"f", u"f", u"", false},
-      {u"\\f", {u"f"}, false, u"\\", u"f", u"f", u"", false},
-      {u"c:\\f", {u"f"}, false, u"", u"f", u"f", u"", false},
-      {u"c:\\", {}, false, u"", u"", u"", u"", false},
-      {u"c:f", {}, false, u"", u"c:f", u"c:f", u"", false},
-      {u"\\\\s\\sh\\d\\f.x", {u"d", u"f"}, true, u"\\d\\", u"f.x", u"f", u"x", true},
-      {u"\\\\s\\sh\\", {}, false, u"\\", u"", u"", u"", false},
-      {u".profile", {u".profile"}, false, u"", u".profile", u".profile", u"", false},
-      {u"a.", {u"a"}, false, u"", u"a.", u"a", u"", true},
-      {u"c:\\a.b\\", {u"a.b"}, true, u"\\a.b\\", u"", u"", u"", false},
-      {u"", {}, false, u"", u"", u"", u"", false},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(u8(c.text));
-    const Nym_path p = as_path(c.text);
-    EXPECT_EQ(Wstring(p), c.text) << "assignment must not simplify";
-    ASSERT_EQ(p.levels(), c.levels.size());
-    for (uint64 k = 0; k < p.levels(); ++k) EXPECT_EQ(p[k], c.levels[k]) << k;
+  for (const auto& [text, expected] : cases) {
+    SCOPED_TRACE(utf8(text));
+    const Nym_path p = as_path(text);
+    EXPECT_EQ(Wstring(p), text) << "assignment must not simplify";
+    EXPECT_EQ(parts(p), expected);
     EXPECT_EQ(p.legal(p.levels()), 0u);
     EXPECT_EQ(what_of([&] { (void)p[p.levels()]; }), "level index out of range.");
-    EXPECT_EQ(p.has_directory(), c.has_directory);
-    EXPECT_EQ(p.directory(), c.directory);
-    EXPECT_EQ(p.filename(), c.filename);
-    EXPECT_EQ(p.base(), c.base);
-    EXPECT_EQ(p.extension(), c.extension);
-    EXPECT_EQ(p.has_extension(), c.has_extension);
   }
 }
 
@@ -65,9 +51,8 @@ TEST(PathTest, DriveUncAndKind) {
     const Nym_path p = as_path(text);
     const std::string kind{static_cast<char>(p.drive()), p.has_unc() ? 'U' : '-', p.is_absolute() ? 'A' : '-',
                            p.is_file_path() ? 'F' : '-'};
-    EXPECT_EQ(kind, expected) << u8(text);
-    EXPECT_EQ(p.has_drive(), kind[0] != ' ');
-    EXPECT_NE(p.is_relative(), p.is_absolute());
+    EXPECT_EQ(kind, expected) << utf8(text);
+    EXPECT_TRUE(p.has_drive() == (kind[0] != ' ') && p.is_relative() != p.is_absolute());
   }
   EXPECT_EQ(as_path(u"\\\\srv\\a.b").share(), u"a") << "a share that ends the text reads as its base";
   EXPECT_EQ(as_path(u"\\\\s\\sh\\d").unc(), u"\\\\s\\sh");
@@ -77,14 +62,13 @@ TEST(PathTest, DriveUncAndKind) {
 TEST(PathTest, ConstructorsJoinAndSimplify) {
   const std::pair<Nym_path, const char16_t*> cases[] = {
       {Nym_path(u"a/b\\..\\c"), u"a\\c"}, {Nym_path(u"", u"f"), u"f"}, {Nym_path(u"\\", u"f"), u"\\f"},
-      {Nym_path(u"a", u"f"), u"a\\f"}, {Nym_path(u"a\\", u"f"), u"a\\f"}, {Nym_path(u"a\\..", u"f"), u"f"},
-      {Nym_path(u"d", u"f", u"txt"), u"d\\f.txt"}, {Nym_path(u"d", u"f", u""), u"d\\f"},
+      {Nym_path(u"a", u"f"), u"a\\f"}, {Nym_path(u"a\\..", u"f"), u"f"}, {Nym_path(u"d", u"f", u"txt"), u"d\\f.txt"},
       {Nym_path(u"s", u"sh", u"d", u"f"), u"\\\\s\\sh\\d\\f"}, {Nym_path(u"s", u"sh", u"", u"f"), u"\\\\s\\sh\\f"},
       {Nym_path(u"s", u"sh", u"\\", u"f"), u"\\\\s\\sh\\f"}, {Nym_path(u"s", u"sh", u"d", u"f", u"x"), u"\\\\s\\sh\\d\\f.x"},
       {Nym_path(u'c', u"a", u"f"), u"c:\\a\\f"}, {Nym_path(u'c', u"", u""), u"c:\\"},
       {Nym_path(u'Z', u"\\a\\", u"f", u"txt"), u"Z:\\a\\f.txt"},
   };
-  for (const auto& [made, text] : cases) EXPECT_EQ(Wstring(made), text) << u8(text);
+  for (const auto& [made, text] : cases) EXPECT_EQ(Wstring(made), text) << utf8(text);
   EXPECT_EQ(what_of([] { Nym_path(u'1', u"a", u"f"); }), "Invalid drive letter.");
   EXPECT_EQ(what_of([] { Nym_path(u"", u"sh", u"d", u"f"); }), "Server or share name is empty.");
   EXPECT_EQ(what_of([] { Nym_path(u"s", u"", u"d", u"f", u"x"); }), "Server or share name is empty.");
@@ -93,9 +77,7 @@ TEST(PathTest, ConstructorsJoinAndSimplify) {
 // Only ASCII letters are drive letters: not Latin-1 letters, and not the units 0x100 above
 // the ASCII ones, which a byte-wide isalpha table would take for them.
 TEST(PathTest, DriveLetterIsAscii) {
-  std::vector<unsigned> units{0x3A3, 0x4141, 0xFF21, 0xFF41, 0xFFFF};
-  for (unsigned c = 0; c < 0x200; ++c) units.push_back(c);
-  for (const unsigned c : units) {
+  for (unsigned c = 0; c < 0x10000; ++c) {
     Nym_path p;
     const bool accepted = what_of([&] { p.drive(static_cast<Wchar>(c)); }) == "(nothing raised)";
     ASSERT_EQ(accepted, (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')) << std::hex << c;
@@ -107,35 +89,24 @@ using Edit = std::function<void(Nym_path&)>;
 TEST(PathTest, Setters) {
   const std::tuple<const char16_t*, Edit, const char16_t*> cases[] = {
       {u"a\\b", [](Nym_path& p) { p.drive(u'c'); }, u"c:a\\b\\"},
-      {u"", [](Nym_path& p) { p.drive(u'c'); }, u"c:\\"},
       {u"\\\\s\\sh\\a", [](Nym_path& p) { p.drive(u'c'); }, u"c:\\a"},
-      {u"c:\\x", [](Nym_path& p) { p.drive(u'D'); }, u"D:\\x"},
       {u"c:\\a", [](Nym_path& p) { p.remove_drive(); }, u"\\a"},
       {u"a", [](Nym_path& p) { p.drive_separator(u'|').drive(u'c'); }, u"c|a\\"},
       {u"c:\\a", [](Nym_path& p) { p.unc(u"s", u"sh"); }, u"\\\\s\\sh\\a"},
-      {u"c:a", [](Nym_path& p) { p.unc(u"s", u"sh"); }, u"\\\\s\\sh\\a"},
-      {u"\\\\x\\y\\a", [](Nym_path& p) { p.unc(u"s", u"sh"); }, u"\\\\s\\sh\\a"},
       {u"\\\\s\\sh\\a", [](Nym_path& p) { p.server(u"t").share(u"h"); }, u"\\\\t\\h\\a"},
-      {u"\\\\s\\sh\\d\\f", [](Nym_path& p) { p.remove_unc(); }, u"\\d\\f"},
       {u"\\\\s\\sh", [](Nym_path& p) { p.remove_unc(); }, u""},
       {u"c:\\a\\b\\f.txt", [](Nym_path& p) { p.directory(u"x"); }, u"c:\\x\\f.txt"},
-      {u"\\\\s\\sh\\d\\f", [](Nym_path& p) { p.directory(u"e"); }, u"\\\\s\\sh\\e\\f"},
-      {u"f", [](Nym_path& p) { p.directory(u"d"); }, u"d\\f"},
-      {u"c:\\a\\f.txt", [](Nym_path& p) { p.filename(u"g"); }, u"c:\\a\\g"},
-      {u"c:\\a\\f.txt", [](Nym_path& p) { p.base(u"g"); }, u"c:\\a\\g.txt"},
-      {u"c:\\a\\f.txt", [](Nym_path& p) { p.extension(u"md"); }, u"c:\\a\\f.md"},
-      {u"c:\\a\\f.txt", [](Nym_path& p) { p.extension(u""); }, u"c:\\a\\f"},
+      {u"c:\\a\\f.txt", [](Nym_path& p) { p.filename(u"g.x").base(u"h"); }, u"c:\\a\\h.x"},
       {u"c:\\a.d\\f", [](Nym_path& p) { p.extension(u"x"); }, u"c:\\a.d\\f.x"},
       {u"a.b.c", [](Nym_path& p) { p.remove_extension(); }, u"a.b"},
       {u"a.b", [](Nym_path& p) { p.extension_separator(u'_'); }, u"a_b"},
-      {u"c:\\a\\b", [](Nym_path& p) { p.path_separator(u'/'); }, u"c:/a/b"},
       {u"c:\\a\\f.txt", [](Nym_path& p) { p.level(1, u"g"); }, u"c:\\a\\g.txt"},
       {u"\\\\s\\sh\\a\\", [](Nym_path& p) { p.level(0, u"b"); }, u"\\\\s\\sh\\b\\"},
   };
   for (const auto& [text, edit, expected] : cases) {
     Nym_path p = as_path(text);
     edit(p);
-    EXPECT_EQ(Wstring(p), expected) << u8(text) << " -> " << u8(expected);
+    EXPECT_EQ(Wstring(p), expected) << utf8(text) << " -> " << utf8(expected);
   }
 }
 
@@ -144,25 +115,19 @@ TEST(PathTest, SetterFailuresLeaveThePath) {
   const std::tuple<const char16_t*, Edit, const char*> cases[] = {
       {u"c:\\a", [](Nym_path& p) { p.share(u"s"); }, "Path does not have a UNC."},
       {u"\\\\s\\sh", [](Nym_path& p) { p.server(u""); }, "Server name cannot be empty."},
-      {u"\\\\s\\sh", [](Nym_path& p) { p.share(u""); }, "Share name cannot be empty."},
       {u"c:\\a", [](Nym_path& p) { p.unc(u"", u"x"); }, "UNC server or share name is empty."},
       {u"\\\\srv", [](Nym_path& p) { p.unc(u"s", u"x"); }, "level index out of range."},
-      {u"\\\\srv", [](Nym_path& p) { p.drive(u'c'); }, "level index out of range."},
-      {u"c:\\a", [](Nym_path& p) { p.drive(u'\x00E9'); }, "Invalid drive letter."},
       {u"c:\\a\\f", [](Nym_path& p) { p.level(2, u"x"); }, "level index out of range."},
       // NYM_NPOS plus the drive's or the UNC's offset must not wrap round to level 0 or 1.
       {u"c:\\a\\f", [](Nym_path& p) { p.level(NYM_NPOS, u"x"); }, "level index out of range."},
       {u"\\\\s\\sh\\a\\f", [](Nym_path& p) { p.level(NYM_NPOS - 1, u"x"); }, "level index out of range."},
-      {u"c:\\a\\f", [](Nym_path& p) { (void)p[NYM_NPOS]; }, "level index out of range."},
-      {u"a\\f", [](Nym_path& p) { (void)p[-1]; }, "level index out of range."},
   };
   for (const auto& [text, edit, what] : cases) {
     Nym_path p = as_path(text);
-    EXPECT_EQ(what_of([&] { edit(p); }), what) << u8(text);
+    EXPECT_EQ(what_of([&] { edit(p); }), what) << utf8(text);
     EXPECT_EQ(Wstring(p), text);
   }
-  Nym_path p = as_path(u"c:\\a");
-  EXPECT_THROW(p.server(u"s"), Nym_path::No_unc);
+  EXPECT_THROW(Nym_path(u"c:\\a").server(u"s"), Nym_path::No_unc);
 }
 
 // The separators belong to one object: copies get the defaults, assignment keeps the target's.

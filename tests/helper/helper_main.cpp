@@ -8,12 +8,12 @@
 // that a test that gave up leaves no helper behind; take kernel objects of the test as
 // inherited handles in decimal (nym_test::Inherited_handle on the test's side, handle_argument
 // here).
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <mutex>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,8 +23,10 @@
 
 #include "nym/file.h"
 #include "nym/mutex.h"
+#include "nym/pipe.h"
 #include "nym/utf.h"
 #endif
+#include "nym/event.h"
 #include "nym/read_write_semaphore.h"
 
 namespace {
@@ -39,50 +41,34 @@ bool number_argument(const std::string& text, unsigned long long& value) {
   return true;
 }
 
-// A count that threads raise and another awaits with a bound.
-class Count {
- public:
-  void raise() {
-    std::lock_guard<std::mutex> hold(m_mutex);
-    ++m_count;
-    m_raised.notify_all();
-  }
-  bool wait_for(int count, milliseconds limit) {
-    std::unique_lock<std::mutex> hold(m_mutex);
-    return m_raised.wait_for(hold, limit, [&] { return m_count >= count; });
-  }
-
- private:
-  std::mutex m_mutex;
-  std::condition_variable m_raised;
-  int m_count = 0;
-};
-
 // rw-upgrade-deadlock <ms>: two threads holding a read lock both call write_lock and must stay
 // blocked for <ms>, while this thread may still read and may not write. Exit codes: 1 an upgrade
 // got through; 3 the readers did not get going within 10 s; 4 this thread was let write, or not
 // let read. The blocked threads end with the process.
 int rw_upgrade_deadlock(const Args& args) {
   unsigned long long ms = 0;
-  if (!number_argument(args[0], ms)) return 2;
-  auto* rw = new nym::Nym_read_write_semaphore;  // never destroyed: blocked threads use it
-  auto* reading = new Count;
-  auto* through = new Count;
+  if (!number_argument(args[0], ms) || ms > 600000) return 2;
+  // Never destroyed: the blocked threads use them.
+  auto* rw = new nym::Nym_read_write_semaphore;
+  auto* readers = new std::atomic<int>(0);
+  auto* both_reading = new nym::Nym_event;
+  auto* go = new nym::Nym_event;
+  auto* through = new nym::Nym_event;
   for (int i = 0; i < 2; ++i) {
     std::thread([=] {
       rw->read_lock();
-      reading->raise();
-      reading->wait_for(3, std::chrono::seconds(10));
+      if (++*readers == 2) both_reading->signal();
+      go->wait(10000);
       rw->write_lock();
-      through->raise();
+      through->signal();
     }).detach();
   }
-  if (!reading->wait_for(2, std::chrono::seconds(10))) return 3;
-  reading->raise();
+  if (!both_reading->wait(10000)) return 3;
+  go->signal();
   if (!rw->try_read_lock()) return 4;
   rw->read_unlock();
   if (rw->try_write_lock()) return 4;
-  return through->wait_for(1, milliseconds(ms)) ? 1 : 0;
+  return through->wait(static_cast<unsigned int>(ms)) ? 1 : 0;
 }
 
 // sleep <ms>: sleeps, then exits with 0.
@@ -102,43 +88,25 @@ int exit_with(const Args& args) {
 }
 
 #if defined(_WIN32)
-// echo: copies its standard input to its standard output, byte for byte, until the input ends.
-// Exit code 1: the output failed.
-int echo(const Args&) {
-  char block[4096];
-  DWORD n = 0, written = 0;
-  while (ReadFile(GetStdHandle(STD_INPUT_HANDLE), block, sizeof block, &n, nullptr) && n != 0) {
-    for (DWORD done = 0; done < n; done += written) {
-      if (!WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), block + done, n - done, &written, nullptr)) return 1;
-    }
+// echo <pipe>: opens \\.\pipe\<pipe> as a Nym_named_pipe_client (waiting up to 20 s for the
+// server to make it or to free an instance) and sends back what it reads until the server goes.
+// Exit codes: 1 the output failed; 10 the pipe did not open within 20 s.
+int echo(const Args& args) {
+  std::unique_ptr<nym::Nym_pipe> pipe;
+  nym::Wstring name;
+  nym::nym_utf8_to_utf16(args[0].c_str(), name);
+  for (const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20); !pipe; Sleep(5)) {
+    nym::Nym_status status;
+    auto client = std::make_unique<nym::Nym_named_pipe_client>(name, u".", nym::Nym_pipe_client_options(), status);
+    if (status.ok()) pipe = std::move(client);
+    if (!pipe && std::chrono::steady_clock::now() > limit) return 10;
+  }
+  unsigned char block[4096];
+  nym::Nym_status status;
+  for (nym::uint64 n = 0; (n = pipe->read(block, sizeof block, status)) != 0;) {
+    if (pipe->write(block, n, status) != n) return 1;
   }
   return 0;
-}
-
-// pipe-write <name> <text>: opens \\.\pipe\<name> for writing (waiting up to 20 s for the
-// server to make it or to free an instance), writes <text> and closes. Exit codes: 10 the pipe
-// did not open within 20 s; 11 the write failed.
-int pipe_write(const Args& args) {
-  nym::Wstring name;
-  nym::nym_utf8_to_utf16(("\\\\.\\pipe\\" + args[0]).c_str(), name);
-  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  HANDLE pipe = INVALID_HANDLE_VALUE;
-  while (pipe == INVALID_HANDLE_VALUE) {
-    pipe = CreateFileW(reinterpret_cast<const wchar_t*>(name.c_str()), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0,
-                       nullptr);
-    if (pipe != INVALID_HANDLE_VALUE) break;
-    if (std::chrono::steady_clock::now() > limit) return 10;
-    if (GetLastError() == ERROR_PIPE_BUSY) {
-      WaitNamedPipeW(reinterpret_cast<const wchar_t*>(name.c_str()), 1000);
-    } else {
-      Sleep(5);  // the server has not made the pipe yet
-    }
-  }
-  DWORD written = 0;
-  const bool ok = WriteFile(pipe, args[1].data(), static_cast<DWORD>(args[1].size()), &written, nullptr) &&
-                  written == args[1].size();
-  CloseHandle(pipe);
-  return ok ? 0 : 11;
 }
 
 HANDLE handle_argument(const std::string& text) {
@@ -146,10 +114,18 @@ HANDLE handle_argument(const std::string& text) {
   return number_argument(text, value) ? reinterpret_cast<HANDLE>(static_cast<uintptr_t>(value)) : nullptr;
 }
 
+// Signals the event <ready> and waits up to 20 s for <release>. Exit codes: 12 <release> did not
+// come; 13 an event handle was refused.
+int signal_and_wait(HANDLE ready, HANDLE release) {
+  if (!SetEvent(ready)) return 13;
+  const DWORD released = WaitForSingleObject(release, 20000);
+  return released == WAIT_OBJECT_0 ? 0 : released == WAIT_TIMEOUT ? 12 : 13;
+}
+
 // mutex-handoff <name> <ready> <release>: the mutex of that name must be held (by the test);
 // signals the event <ready>, takes the mutex, signals <ready> again and lets go once <release>
-// is signalled. Exit codes: 10 the mutex was free; 11 it did not come within 20 s; 12 <release>
-// did not come within 20 s; 13 an event handle was refused.
+// is signalled. Exit codes: 10 the mutex was free; 11 it did not come within 20 s; 12, 13 as
+// signal_and_wait.
 int mutex_handoff(const Args& args) {
   const HANDLE ready = handle_argument(args[1]), release = handle_argument(args[2]);
   if (ready == nullptr || release == nullptr) return 2;
@@ -159,69 +135,55 @@ int mutex_handoff(const Args& args) {
   if (mutex.try_lock(0)) return 10;
   if (!SetEvent(ready)) return 13;
   if (!mutex.try_lock(20000)) return 11;
-  if (!SetEvent(ready)) return 13;
-  const DWORD released = WaitForSingleObject(release, 20000);
+  const int code = signal_and_wait(ready, release);
   mutex.unlock();
-  return released == WAIT_OBJECT_0 ? 0 : released == WAIT_TIMEOUT ? 12 : 13;
+  return code;
 }
 
-// The file and region of the file-lock subcommands: <path> <shared|exclusive> <start> <length>.
-struct Region {
-  nym::Wstring path;
-  nym::Nym_file_lock type;
-  long long start, length;
-};
-
-bool region_arguments(const Args& args, Region& region) {
+// Opens <path> through `file`, shared with every other opener, and asks once for the lock
+// <shared|exclusive> <start> <length> into `status`. Exit codes: 0 asked; 2 a wrong call; 10 the
+// file did not open.
+int lock_region(const Args& args, nym::Nym_file& file, nym::Nym_status& status) {
   unsigned long long start = 0, length = 0;
   if ((args[1] != "shared" && args[1] != "exclusive") || !number_argument(args[2], start) ||
       !number_argument(args[3], length)) {
-    return false;
+    return 2;
   }
-  nym::nym_utf8_to_utf16(args[0].c_str(), region.path);
-  region.type = args[1] == "shared" ? nym::NYM_LOCK_SHARED : nym::NYM_LOCK_EXCLUSIVE;
-  region.start = static_cast<long long>(start);
-  region.length = static_cast<long long>(length);
-  return true;
-}
-
-bool open_shared(nym::Nym_file& file, const nym::Wstring& path) {
-  nym::Nym_status status;
+  nym::Wstring path;
+  nym::nym_utf8_to_utf16(args[0].c_str(), path);
   file.open(path, nym::NYM_FILE_OPEN_ALWAYS, nym::NYM_ACCESS_READ_WRITE, 0,
             nym::NYM_SHARE_READ | nym::NYM_SHARE_WRITE | nym::NYM_SHARE_DELETE, status);
-  return status.ok();
+  if (!status.ok()) return 10;
+  status.clear();
+  file.lock(args[1] == "shared" ? nym::NYM_LOCK_SHARED : nym::NYM_LOCK_EXCLUSIVE, static_cast<long long>(start),
+            static_cast<long long>(length), 0, status);
+  return 0;
 }
 
 // file-lock-hold <path> <shared|exclusive> <start> <length> <ready> <release>: locks the region
 // through a Nym_file of its own, signals the event <ready> and holds the lock until <release> is
-// signalled. Exit codes: 10 the file did not open; 11 the lock was refused; 12 <release> did not
-// come within 20 s; 13 an event handle was refused.
+// signalled. Exit codes: 10 the file did not open; 11 the lock was refused; 12, 13 as
+// signal_and_wait.
 int file_lock_hold(const Args& args) {
-  Region region;
   const HANDLE ready = handle_argument(args[4]), release = handle_argument(args[5]);
-  if (!region_arguments(args, region) || ready == nullptr || release == nullptr) return 2;
+  if (ready == nullptr || release == nullptr) return 2;
   nym::Nym_file file;
-  if (!open_shared(file, region.path)) return 10;
   nym::Nym_status status;
-  file.lock(region.type, region.start, region.length, 0, status);
+  if (const int code = lock_region(args, file, status)) return code;
   if (status.is_error()) return 11;
-  if (!SetEvent(ready)) return 13;
-  const DWORD released = WaitForSingleObject(release, 20000);
-  file.unlock(region.start, region.length, status);
-  return released == WAIT_OBJECT_0 ? 0 : released == WAIT_TIMEOUT ? 12 : 13;
+  const int code = signal_and_wait(ready, release);
+  file.unlock(std::stoll(args[2]), std::stoll(args[3]), status);
+  return code;
 }
 
 // file-lock-try <path> <shared|exclusive> <start> <length>: one attempt to lock the region.
 // Exit codes: 0 it was locked (and let go); 1 it is held elsewhere (the system's lock violation
 // under NYM_S_LOCK_FAILED); 10 the file did not open; 11 any other answer.
 int file_lock_try(const Args& args) {
-  Region region;
-  if (!region_arguments(args, region)) return 2;
-  nym::Nym_file file;
-  if (!open_shared(file, region.path)) return 10;
   nym::impl::nym_set_lock_pause([](unsigned int) {});  // one attempt, without the second's wait
+  nym::Nym_file file;
   nym::Nym_status status;
-  file.lock(region.type, region.start, region.length, 0, status);
+  if (const int code = lock_region(args, file, status)) return code;
   if (status.ok()) return 0;
   const bool held = status == nym::NYM_S_LOCK_FAILED && status.child() != nullptr &&
                     *status.child() == ERROR_LOCK_VIOLATION;
@@ -241,8 +203,7 @@ const Command COMMANDS[] = {
     {"sleep", 1, sleep_for, "sleep <ms>"},
     {"exit", 1, exit_with, "exit <code>"},
 #if defined(_WIN32)
-    {"echo", 0, echo, "echo"},
-    {"pipe-write", 2, pipe_write, "pipe-write <name> <text>"},
+    {"echo", 1, echo, "echo <pipe>"},
     {"mutex-handoff", 3, mutex_handoff, "mutex-handoff <name> <ready-handle> <release-handle>"},
     {"file-lock-hold", 6, file_lock_hold,
      "file-lock-hold <path> <shared|exclusive> <start> <length> <ready-handle> <release-handle>"},

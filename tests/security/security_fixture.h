@@ -1,11 +1,9 @@
 // What the security suites share: a stand-in account database, a fresh group-cache period per
-// test, and reading a kernel object's list back.
+// test, and lists built row by row.
 #ifndef NYM_TEST_SECURITY_FIXTURE_H
 #define NYM_TEST_SECURITY_FIXTURE_H
 
 #include <windows.h>
-
-#include <aclapi.h>
 
 #include <memory>
 #include <vector>
@@ -33,30 +31,23 @@ class Fake_accounts : public nym::impl::Account_database {
 
   unsigned int local_groups(const nym::Wstring& server, const nym::Wstring& account, std::vector<nym::Wstring>& names,
                             unsigned int& total) const override {
-    ++local_calls;
-    return give(local, server, account, names, total);
+    return give(local, local_calls, server + account, names, total);
   }
   unsigned int global_groups(const nym::Wstring& server, const nym::Wstring& account, std::vector<nym::Wstring>& names,
                              unsigned int& total) const override {
-    ++global_calls;
-    return give(global, server, account, names, total);
+    return give(global, global_calls, server + account, names, total);
   }
-  unsigned int controller_name(const nym::Wstring&, nym::Wstring& name) const override {
-    name = controller;
-    return controller_code;
-  }
+  unsigned int controller_name(const nym::Wstring&, nym::Wstring&) const override { return 2453; }  // no domain
 
   Answer local, global;
-  unsigned int controller_code = 2453;  // NERR_DCNotFound: no domain
-  nym::Wstring controller;
   mutable int local_calls = 0, global_calls = 0;
-  mutable nym::Wstring last_server, last_account;
+  mutable nym::Wstring last_asked;  // the server and the account
 
  private:
-  unsigned int give(const Answer& a, const nym::Wstring& server, const nym::Wstring& account,
-                    std::vector<nym::Wstring>& names, unsigned int& total) const {
-    last_server = server;
-    last_account = account;
+  unsigned int give(const Answer& a, int& calls, const nym::Wstring& asked, std::vector<nym::Wstring>& names,
+                    unsigned int& total) const {
+    ++calls;
+    last_asked = asked;
     names.insert(names.end(), a.names.begin(), a.names.end());
     total = a.total != 0 ? a.total : static_cast<unsigned int>(a.names.size());
     return a.code;
@@ -89,19 +80,6 @@ inline unsigned int count_of(const nym::Nym_acl& acl) {
   nym::Nym_status status;
   acl.get_entry_count(count, status);
   return count;
-}
-
-// The discretionary list of a kernel object or key, as a Nym_acl (null when none is set).
-inline std::unique_ptr<nym::Nym_acl> list_of(HANDLE object, SE_OBJECT_TYPE type) {
-  PACL list = nullptr;
-  PSECURITY_DESCRIPTOR descriptor = nullptr;
-  if (GetSecurityInfo(object, type, DACL_SECURITY_INFORMATION, nullptr, nullptr, &list, nullptr, &descriptor) != 0) {
-    return nullptr;
-  }
-  nym::Nym_status status;
-  auto result = std::make_unique<nym::Nym_acl>(list, status);
-  LocalFree(descriptor);
-  return status.ok() ? std::move(result) : nullptr;
 }
 
 }  // namespace nym_test

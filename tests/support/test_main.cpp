@@ -1,5 +1,7 @@
-// Shared main of the test executables.
+// Shared main of the test executables: every test runs under the watchdog.
 #include <gtest/gtest.h>
+
+#include "watchdog.h"
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -22,5 +24,6 @@ int main(int argc, char** argv) {
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
 #endif
   testing::InitGoogleTest(&argc, argv);
+  testing::UnitTest::GetInstance()->listeners().Append(new nym_test::Watchdog_listener);
   return RUN_ALL_TESTS();
 }

@@ -1,5 +1,7 @@
-// A watchdog for threaded tests: if the test has not finished within the limit, it reports
-// the test's name and ends the process, so that a deadlock fails the run instead of hanging it.
+// The watchdog: if a test has not finished within the limit, it reports the test's name and
+// ends the process, so that a deadlock fails the run instead of hanging it. Every test of every
+// suite runs under one (test_main.cpp installs Watchdog_listener); a Watchdog object in a test
+// is needed only for a tighter limit.
 #ifndef NYM_TEST_WATCHDOG_H
 #define NYM_TEST_WATCHDOG_H
 
@@ -7,9 +9,12 @@
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
+
+#include <gtest/gtest.h>
 
 namespace nym_test {
 
@@ -44,6 +49,20 @@ class Watchdog {
   std::condition_variable m_finished;
   bool m_done = false;
   std::thread m_thread;
+};
+
+// Arms a watchdog for each test as it starts and disarms it as it ends.
+class Watchdog_listener : public testing::EmptyTestEventListener {
+ public:
+  void OnTestStart(const testing::TestInfo& test) override {
+    m_name = std::string(test.test_suite_name()) + "." + test.name();
+    m_watchdog = std::make_unique<Watchdog>(m_name.c_str(), std::chrono::seconds(120));
+  }
+  void OnTestEnd(const testing::TestInfo&) override { m_watchdog.reset(); }
+
+ private:
+  std::string m_name;
+  std::unique_ptr<Watchdog> m_watchdog;
 };
 
 }  // namespace nym_test

@@ -10,8 +10,6 @@
 
 #if defined(_WIN32)
 #include <windows.h>
-
-#include "nym/security.h"
 #else
 #include <fcntl.h>
 #include <unistd.h>
@@ -20,39 +18,27 @@
 #include "nym/pipe.h"
 #include "nym/status.h"
 #include "resource_count.h"
-#include "watchdog.h"
+#include "test_helpers.h"
 
 using namespace nym;
 
 namespace {
 
-// Both ends of a pipe made with the system's own call, closed by this object unless closed before.
-struct Raw_pipe {
-  void* read = nullptr;
-  void* write = nullptr;
-  Raw_pipe() {
+// Both ends of a pipe made with the system's own call, and their closing.
 #if defined(_WIN32)
-    CreatePipe(reinterpret_cast<HANDLE*>(&read), reinterpret_cast<HANDLE*>(&write), nullptr, 0);
+void make_pipe(void*& read, void*& write) {
+  CreatePipe(reinterpret_cast<HANDLE*>(&read), reinterpret_cast<HANDLE*>(&write), nullptr, 0);
+}
+void close_end(void* end) { CloseHandle(end); }
 #else
-    int fds[2] = {};
-    pipe2(fds, O_CLOEXEC);
-    read = reinterpret_cast<void*>(intptr_t(fds[0]));
-    write = reinterpret_cast<void*>(intptr_t(fds[1]));
+void make_pipe(void*& read, void*& write) {
+  int fds[2] = {};
+  pipe2(fds, O_CLOEXEC);
+  read = reinterpret_cast<void*>(intptr_t(fds[0]));
+  write = reinterpret_cast<void*>(intptr_t(fds[1]));
+}
+void close_end(void* end) { ::close(static_cast<int>(reinterpret_cast<intptr_t>(end))); }
 #endif
-  }
-  ~Raw_pipe() {
-    close(read);
-    close(write);
-  }
-  static void close(void*& end) {
-#if defined(_WIN32)
-    if (end != nullptr) CloseHandle(end);
-#else
-    if (end != nullptr) ::close(static_cast<int>(reinterpret_cast<intptr_t>(end)));
-#endif
-    end = nullptr;
-  }
-};
 
 std::vector<unsigned char> pattern(size_t size) {
   std::vector<unsigned char> bytes(size);
@@ -73,106 +59,65 @@ std::vector<unsigned char> read_all(Nym_pipe& pipe, size_t size, Nym_status& sta
   return got;
 }
 
-}  // namespace
-
-// One object, both ends: 1 MiB written while a reader takes it out, in whatever pieces the
-// system hands over.
-TEST(PipeTest, AnAnonymousPipeCarriesEveryByteFromWriteToRead) {
-  nym_test::Watchdog watchdog("AnAnonymousPipeCarriesEveryByteFromWriteToRead");
-  Nym_status status(NYM_S_NO_MEMORY);
-  Nym_anonymous_pipe pipe(status);
-  ASSERT_TRUE(status.is_clear());
-  const std::vector<unsigned char> sent = pattern(1 << 20);
-  Nym_status read_status;
+// Writes `size` bytes to `from` while a thread reads them from `to`: whether every byte came, with
+// clean statuses on both sides.
+bool carries(Nym_pipe& from, Nym_pipe& to, size_t size) {
+  const std::vector<unsigned char> sent = pattern(size);
   std::vector<unsigned char> got;
-  std::thread reader([&] { got = read_all(pipe, sent.size(), read_status); });
-  EXPECT_EQ(pipe.write(sent.data(), sent.size(), status), sent.size());
-  EXPECT_TRUE(status.is_clear());
+  Nym_status status, read_status;
+  std::thread reader([&] { got = read_all(to, size, read_status); });
+  const uint64 written = from.write(sent.data(), size, status);
   reader.join();
-  EXPECT_TRUE(read_status.is_clear());
-  EXPECT_TRUE(got == sent);
-  EXPECT_EQ(pipe.read(nullptr, 0, status), 0u) << "a read of nothing doesn't wait";
-  EXPECT_TRUE(status.is_clear());
+  return written == size && got == sent && status.is_clear() && read_status.is_clear();
 }
 
-// Moving hands the handles over: each is closed once, by its last owner.
-TEST(PipeTest, AMovedAnonymousPipeClosesItsHandlesOnce) {
+}  // namespace
+
+// One object, both ends: 1 MiB written while a reader takes it out, in whatever pieces the system
+// hands over. Moving hands the handles over: each is closed once, by its last owner.
+TEST(PipeTest, AnAnonymousPipeCarriesEveryByteAndMovesItsHandles) {
   const nym_test::Resource_count before = nym_test::count_resources();
   {
-    Nym_status status;
+    Nym_status status(NYM_S_NO_MEMORY);
     Nym_anonymous_pipe first(status);
-    Nym_anonymous_pipe second(std::move(first));
-    unsigned char one = 'a';
-    EXPECT_EQ(first.write(&one, 1, status), 0u);
+    ASSERT_TRUE(status.is_clear());
+    Nym_anonymous_pipe second(std::move(first)), pipe(status);
+    pipe = std::move(second);  // its own handles are closed here
+    EXPECT_EQ(first.write(nullptr, 1, status), 0u);
     EXPECT_EQ(status, NYM_S_PIPE_NO_WRITE_HANDLE);
-    EXPECT_EQ(first.read(&one, 1, status), 0u);
+    EXPECT_EQ(second.read(nullptr, 1, status), 0u);
     EXPECT_EQ(status, NYM_S_PIPE_NO_READ_HANDLE);
-    Nym_anonymous_pipe third(status);
-    third = std::move(second);  // third's own handles are closed here
-    EXPECT_EQ(third.write(&one, 1, status), 1u);
-    one = 0;
-    EXPECT_EQ(third.read(&one, 1, status), 1u);
-    EXPECT_EQ(one, 'a');
+    EXPECT_TRUE(carries(pipe, pipe, 1 << 20));
+    status.clear();
+    EXPECT_EQ(pipe.read(nullptr, 0, status), 0u) << "a read of nothing doesn't wait";
+    EXPECT_TRUE(status.is_clear());
   }
   EXPECT_EQ(nym_test::count_resources().handles, before.handles);
 }
 
-// A handle pair owns nothing: its ends stay open after it goes, and an end it lacks is reported.
+// A handle pair owns nothing: its ends stay open after it goes. The writer gone and the pipe
+// empty, the end of an anonymous pipe is a failed read.
 TEST(PipeTest, AHandlePairUsesButDoesNotOwnItsHandles) {
-  Raw_pipe raw;
-  ASSERT_NE(raw.write, nullptr);
+  void *read = nullptr, *write = nullptr;
+  make_pipe(read, write);
+  ASSERT_NE(write, nullptr);
   Nym_status status;
-  const unsigned char sent[3] = {1, 2, 3};
+  unsigned char bytes[3] = {1, 2, 3};
   {
-    Nym_fdpair_pipe pair(raw.read, raw.write);
+    Nym_fdpair_pipe pair(read, write);
     const Nym_fdpair_pipe copy(pair);
-    EXPECT_EQ(pair.write(sent, 3, status), 3u);
-    EXPECT_TRUE(status.is_clear());
+    EXPECT_EQ(pair.write(bytes, 3, status), 3u);
   }
-  Nym_fdpair_pipe reader(raw.read, nullptr);
-  unsigned char got[3] = {};
-  EXPECT_EQ(reader.read(got, 3, status), 3u);
-  EXPECT_EQ(got[2], 3);
-  EXPECT_EQ(reader.write(sent, 3, status), 0u);
-  EXPECT_EQ(status, NYM_S_PIPE_NO_WRITE_HANDLE);
-  Nym_fdpair_pipe writer(nullptr, raw.write);
-  EXPECT_EQ(writer.read(got, 3, status), 0u);
-  EXPECT_EQ(status, NYM_S_PIPE_NO_READ_HANDLE);
-  // The writer gone and the pipe empty: the end of an anonymous pipe is a failed read.
-  Raw_pipe::close(raw.write);
-  EXPECT_EQ(reader.read(got, 3, status), 0u);
+  Nym_fdpair_pipe reader(read, nullptr);
+  EXPECT_EQ(reader.read(bytes, 3, status), 3u);
+  close_end(write);
+  EXPECT_EQ(reader.read(bytes, 3, status), 0u);
   EXPECT_EQ(status, NYM_S_PIPE_READ_FAILED);
   EXPECT_TRUE(status.has_child()) << "over the system's code";
+  close_end(read);
 }
 
 #if defined(_WIN32)
-// A real second process: the helper echoes what it is given on its standard input.
-TEST(PipeTest, AChildEchoesThroughAPairOfPipes) {
-  nym_test::Watchdog watchdog("AChildEchoesThroughAPairOfPipes");
-  Raw_pipe to_child, from_child;
-  const std::vector<unsigned char> sent = pattern(64 * 1024);
-  int code = -3;
-  std::thread child([&] {
-    code = nym_test::run_helper_with_streams({"echo"}, std::chrono::seconds(30), to_child.read, from_child.write);
-  });
-  std::thread writer([&] {
-    Nym_fdpair_pipe out(nullptr, to_child.write);
-    Nym_status status;
-    out.write(sent.data(), sent.size(), status);
-    Raw_pipe::close(to_child.write);  // the end of the child's input
-  });
-  Nym_fdpair_pipe in(from_child.read, nullptr);
-  Nym_status status;
-  std::vector<unsigned char> got;
-  std::thread reader([&] { got = read_all(in, sent.size(), status); });
-  writer.join();
-  child.join();
-  Raw_pipe::close(from_child.write);  // lets the reader go should the child have failed
-  reader.join();
-  EXPECT_EQ(code, 0);
-  EXPECT_TRUE(got == sent);
-}
-
 namespace {
 
 // A pipe name of this process and test, so that parallel runs don't meet.
@@ -181,28 +126,11 @@ Wstring pipe_name(const char* what) {
   return Wstring(text.begin(), text.end());
 }
 
-Nym_pipe_server_options server_options(unsigned int mode) {
-  Nym_pipe_server_options options;
-  options.mode = mode;
-  return options;
-}
-
 }  // namespace
 
-TEST(NamedPipeTest, AClientWithoutServerIsClosedAndSaysWhy) {
+// A server whose name holds U+0000, which would name another pipe if cut short, is refused.
+TEST(NamedPipeTest, ANameWithANulIsRefused) {
   Nym_status status;
-  Nym_named_pipe_client client(pipe_name("nobody"), u".", Nym_pipe_client_options(), status);
-  EXPECT_EQ(status, NYM_S_NAMED_PIPE_OPEN_FAILED);
-  ASSERT_TRUE(status.has_child());
-  EXPECT_EQ(*status.child(), ERROR_FILE_NOT_FOUND);
-  EXPECT_EQ(client.get_type(), NYM_PIPE_CLIENT);
-  unsigned char one = 0;
-  EXPECT_EQ(client.read(&one, 1, status), 0u);
-  EXPECT_EQ(status, NYM_S_NAMED_PIPE_NOT_OPEN);
-  EXPECT_EQ(client.write(&one, 1, status), 0u);
-  EXPECT_EQ(status, NYM_S_NAMED_PIPE_NOT_OPEN);
-
-  // A name holding U+0000 would name another pipe if cut short: it is refused.
   Nym_named_pipe_server server(pipe_name("nul") + Wstring(1, u'\0') + u"x", Nym_pipe_server_options(), status);
   EXPECT_EQ(status, NYM_S_NAMED_PIPE_CREATE_FAILED);
   EXPECT_EQ(*status.child(), ERROR_INVALID_NAME);
@@ -210,16 +138,16 @@ TEST(NamedPipeTest, AClientWithoutServerIsClosedAndSaysWhy) {
   EXPECT_EQ(status, NYM_S_NAMED_PIPE_NOT_OPEN);
 }
 
-// Modes are told from the client's side in both structures: a server of mode 0 writes to a
-// client of mode 0, which reads. The server flushes before it disconnects: the client reads
-// what was written, then 0 bytes with a clean status. A second client of a one-instance pipe
-// is refused at once.
-TEST(NamedPipeTest, TheClientReadsEverythingThenZeroWhenTheServerHasGone) {
-  nym_test::Watchdog watchdog("TheClientReadsEverythingThenZeroWhenTheServerHasGone");
+// Modes are told from the client's side in both structures: a server of mode 0 writes to a client
+// of mode 0, which reads. The server flushes before it disconnects: the client reads what was
+// written, then 0 bytes with a clean status. A second client of a one-instance pipe is refused at
+// once. Duplex, a blocking server carries both ways, one way at a time.
+TEST(NamedPipeTest, TheClientReadsEverythingThenZeroAndADuplexServerCarriesBothWays) {
   const Wstring name = pipe_name("gone");
   Nym_status status;
-  auto server = std::make_unique<Nym_named_pipe_server>(name, server_options(0), status);
-  EXPECT_EQ(server->get_type(), NYM_PIPE_SERVER);
+  Nym_pipe_server_options writing;
+  writing.mode = 0;
+  auto server = std::make_unique<Nym_named_pipe_server>(name, writing, status);
   Nym_pipe_client_options reading;
   reading.mode = 0;
   Nym_named_pipe_client client(name, u".", reading, status);
@@ -243,68 +171,31 @@ TEST(NamedPipeTest, TheClientReadsEverythingThenZeroWhenTheServerHasGone) {
   });
   server.reset();  // the flush waits until the client has read it all
   reader.join();
-  EXPECT_TRUE(got == sent);
-  EXPECT_EQ(after, 0u);
-  EXPECT_TRUE(after_status.is_clear());
+  EXPECT_TRUE(got == sent && after == 0 && after_status.is_clear());
+
+  Nym_named_pipe_server duplex(pipe_name("duplex"), Nym_pipe_server_options(), status);
+  Nym_named_pipe_client other(pipe_name("duplex"), u".", Nym_pipe_client_options(), status);
+  ASSERT_TRUE(status.is_clear());
+  EXPECT_TRUE(carries(other, duplex, 20000));
+  EXPECT_TRUE(carries(duplex, other, 30000));
 }
 
-// An overlapped server does its I/O with a structure and an event of its own: a read that
-// must wait for the client waits, and both directions work at once.
-TEST(NamedPipeTest, AnOverlappedServerStillBlocksForItsCaller) {
-  nym_test::Watchdog watchdog("AnOverlappedServerStillBlocksForItsCaller");
-  const Wstring name = pipe_name("overlapped");
+// A real second process opens the pipe, which the server waits for, and echoes what it reads until
+// the server goes. The server is overlapped: it does its I/O with a structure and an event of its
+// own, so that it reads while it writes, and its calls still block the caller.
+TEST(NamedPipeTest, AChildProcessEchoesThroughAnOverlappedServer) {
+  const Wstring name = pipe_name("child");
   Nym_pipe_server_options options;
   options.overlapped = true;
   options.write_through = true;
   Nym_status status;
-  Nym_named_pipe_server server(name, options, status);
-  ASSERT_TRUE(status.is_clear());
-  std::unique_ptr<Nym_named_pipe_client> client;
-  Nym_status client_status;
-  std::thread connecting(
-      [&] { client = std::make_unique<Nym_named_pipe_client>(name, u".", Nym_pipe_client_options(), client_status); });
-  server.wait_for_client(status);
-  connecting.join();
-  ASSERT_TRUE(client_status.is_clear());
-  const std::vector<unsigned char> up = pattern(20000), down = pattern(30000);
-  std::vector<unsigned char> got_up, got_down;
-  Nym_status up_status, down_status;
-  std::thread server_reads([&] { got_up = read_all(server, up.size(), up_status); });
-  std::thread client_reads([&] { got_down = read_all(*client, down.size(), down_status); });
-  EXPECT_EQ(server.write(down.data(), down.size(), status), down.size());
-  EXPECT_EQ(client->write(up.data(), up.size(), status), up.size());
-  server_reads.join();
-  client_reads.join();
-  EXPECT_TRUE(got_up == up);
-  EXPECT_TRUE(got_down == down);
-}
-
-// A real second process writes to the server, then goes: the server reads the text, then 0.
-TEST(NamedPipeTest, AChildProcessWritesToTheServer) {
-  nym_test::Watchdog watchdog("AChildProcessWritesToTheServer");
-  const Wstring name = pipe_name("child");
-  Nym_status status;
-  Nym_named_pipe_server server(name, server_options(1), status);
-  ASSERT_TRUE(status.is_clear());
+  auto server = std::make_unique<Nym_named_pipe_server>(name, options, status);
   int code = -3;
-  std::thread child([&] {
-    code = nym_test::run_helper({"pipe-write", std::string(name.begin(), name.end()), "hello from the child"},
-                                std::chrono::seconds(30));
-  });
-  server.wait_for_client(status);
-  const std::vector<unsigned char> got = read_all(server, 100, status);
+  std::thread child([&] { code = nym_test::run_helper({"echo", nym_test::utf8(name)}, std::chrono::seconds(30)); });
+  server->wait_for_client(status);
+  EXPECT_TRUE(carries(*server, *server, 64 * 1024));
+  server.reset();
   child.join();
   EXPECT_EQ(code, 0);
-  EXPECT_EQ(std::string(got.begin(), got.end()), "hello from the child");
-  EXPECT_TRUE(status.is_clear());
-}
-
-// One Nym_security serves one object: the pair's second handle is refused, which the caller sees.
-TEST(NamedPipeTest, AddSecurityTiesTheHandles) {
-  Nym_status status;
-  Nym_anonymous_pipe pipe(status);
-  Nym_security for_pipe;
-  pipe.add_security(for_pipe, status);
-  EXPECT_EQ(status, NYM_S_ALREADY_ASSOCIATED);
 }
 #endif

@@ -12,6 +12,10 @@ using Words = std::vector<std::string>;
 
 // UTF-16 text of the library as UTF-8 for the console.
 std::string utf8(const std::u16string& text);
+// UTF-8 words of the command line as the library's text.
+std::u16string wide(const std::string& utf8);
+// The whole file, or false with errno's text in `error`.
+bool read_whole_file(const std::string& path, std::string& bytes, std::string& error);
 
 struct Command {
   const char* name;
@@ -25,6 +29,8 @@ int run_convert(const Words& words);
 int run_crc(const Words& words);
 int run_date(const Words& words);
 int run_detect(const Words& words);
+int run_find(const Words& words);
+int run_ls(const Words& words);
 int run_reg(const Words& words);
 int run_sid(const Words& words);
 int run_path(const Words& words);

@@ -2,15 +2,18 @@
 // to UTF-8 (no mark) or UTF-16 little-endian (with mark), to standard output or OUT. Without
 // --from the source encoding is detected; a source mark is dropped. Malformed input becomes
 // U+FFFD; NUL characters are kept.
-#include <cstdio>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <stdexcept>
 #include <string>
 
-#include "byte_buffer.h"
 #include "commands.h"
 #include "nym/encoding_detect.h"
+#include "nym/raw_memory_buffer.h"
+#include "nym/stream_helpers.h"
 #include "nym/utf.h"
+#include "nym/wstring_buffer.h"
 
 #if defined(_WIN32)
 #include <fcntl.h>
@@ -21,9 +24,35 @@ namespace nym_tool {
 
 namespace {
 
-enum class Source { unknown, utf8, utf16le, utf16be };
+struct Request {
+  std::string to;
+  std::string from;
+  std::string path;
+  std::string out_path;
+};
 
-// The conversions end at a NUL: convert the text between NULs and put each NUL back.
+bool parse(const Words& words, Request& r) {
+  bool usage_error = false;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    if (words[i] == "--to" && i + 1 < words.size()) r.to = words[++i];
+    else if (words[i] == "--from" && i + 1 < words.size()) r.from = words[++i];
+    else if (words[i] == "-o" && i + 1 < words.size()) r.out_path = words[++i];
+    else if (r.path.empty()) r.path = words[i];
+    else usage_error = true;
+  }
+  return !usage_error && !r.path.empty() && (r.to == "utf8" || r.to == "utf16") &&
+         (r.from.empty() || r.from == "utf8" || r.from == "utf16le" || r.from == "utf16be");
+}
+
+// The source encoding as named, or detected; NEITHER when it is neither.
+nym::Nym_text_encoding source_encoding(const std::string& from, const std::string& bytes) {
+  if (from == "utf8") return nym::NYM_ENCODING_UTF8;
+  if (from == "utf16le") return nym::NYM_ENCODING_UTF16LE;
+  if (from == "utf16be") return nym::NYM_ENCODING_UTF16BE;
+  return nym::nym_detect_encoding(bytes.data(), bytes.size()).encoding;
+}
+
+// The string conversions end at a NUL: convert the text between NULs and put each NUL back.
 void utf8_to_utf16(const std::string& in, std::size_t start, nym::Wstring& out) {
   nym::Wstring piece;
   while (start <= in.size()) {
@@ -51,80 +80,31 @@ void utf16_to_utf8(const nym::Wstring& in, std::string& out) {
   }
 }
 
-}  // namespace
+// UTF-16 bytes as units in host order: copied, or swapped from big-endian, by the library's
+// stream helpers. A stray last byte is no unit, and a mark is dropped.
+void utf16_units(std::string bytes, bool big_endian, nym::Wstring& text) {
+  if (bytes.size() % 2 != 0) bytes.pop_back();
+  const nym::Nym_raw_memory_buffer source(static_cast<nym::int64>(bytes.size()),
+                                          reinterpret_cast<const unsigned char*>(bytes.data()),
+                                          nym::Nym_raw_memory_buffer::KEEP_MEMORY);
+  nym::Nym_wstring_buffer target(text);
+  nym::Nym_status status;
+  nym::Nym_unbuffered_istream in(source, false, status);
+  nym::Nym_ostream out(target, status);
+  if (big_endian) nym::nym_swap_stream(in, out, status);
+  else nym::nym_copy_stream(in, out, status);
+  out.detach();
+  if (status.is_error()) throw std::runtime_error("the text could not be copied");
+  if (!text.empty() && text[0] == 0xFEFF) text.erase(0, 1);
+}
 
-int run_convert(const Words& words) {
-  std::string to;
-  std::string from;
-  std::string path;
-  std::string out_path;
-  bool usage_error = false;
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    if (words[i] == "--to" && i + 1 < words.size()) to = words[++i];
-    else if (words[i] == "--from" && i + 1 < words.size()) from = words[++i];
-    else if (words[i] == "-o" && i + 1 < words.size()) out_path = words[++i];
-    else if (path.empty()) path = words[i];
-    else usage_error = true;
-  }
-  if (usage_error || path.empty() || (to != "utf8" && to != "utf16") ||
-      (!from.empty() && from != "utf8" && from != "utf16le" && from != "utf16be")) {
-    std::fprintf(stderr, "usage: nym convert --to utf8|utf16 [--from utf8|utf16le|utf16be] FILE [-o OUT]\n");
-    return 2;
-  }
-  std::string bytes;
-  std::string error;
-  if (!read_whole_file(path, bytes, error)) {
-    std::fprintf(stderr, "nym convert: %s: %s\n", path.c_str(), error.c_str());
-    return 1;
-  }
-
-  Source source = from == "utf8" ? Source::utf8 : from == "utf16le" ? Source::utf16le
-                : from == "utf16be" ? Source::utf16be : Source::unknown;
-  if (source == Source::unknown) {
-    const nym::Nym_encoding_guess g = nym::nym_detect_encoding(bytes.data(), bytes.size());
-    if (g.encoding == nym::NYM_ENCODING_UTF8) source = Source::utf8;
-    else if (g.encoding == nym::NYM_ENCODING_UTF16LE) source = Source::utf16le;
-    else if (g.encoding == nym::NYM_ENCODING_UTF16BE) source = Source::utf16be;
-    else {
-      std::fprintf(stderr, "nym convert: %s: neither UTF-8 nor UTF-16; name it with --from\n", path.c_str());
-      return 1;
-    }
-  }
-
-  // The text as UTF-16 in host (little-endian) order, without a mark.
-  nym::Wstring text;
-  if (source == Source::utf8) {
-    const std::size_t skip = bytes.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0;
-    utf8_to_utf16(bytes, skip, text);
-  } else {
-    if (bytes.size() % 2 != 0) bytes.pop_back();  // a stray last byte is no unit
-    text.resize(bytes.size() / 2);
-    for (std::size_t i = 0; i < text.size(); ++i) {
-      const auto b0 = static_cast<unsigned char>(bytes[2 * i]);
-      const auto b1 = static_cast<unsigned char>(bytes[2 * i + 1]);
-      text[i] = static_cast<nym::Wchar>(source == Source::utf16le ? (b0 | b1 << 8) : (b1 | b0 << 8));
-    }
-    if (!text.empty() && text[0] == 0xFEFF) text.erase(0, 1);
-  }
-
-  std::string output;
-  if (to == "utf8") {
-    utf16_to_utf8(text, output);
-  } else {
-    output.reserve(2 + text.size() * 2);
-    output += "\xFF\xFE";
-    for (const nym::Wchar u : text) {
-      output += static_cast<char>(u & 0xFF);
-      output += static_cast<char>(u >> 8);
-    }
-  }
-
+bool write_output(const std::string& out_path, const std::string& output) {
   std::FILE* f = stdout;
   if (!out_path.empty()) {
     f = std::fopen(out_path.c_str(), "wb");
     if (f == nullptr) {
       std::fprintf(stderr, "nym convert: %s: %s\n", out_path.c_str(), std::strerror(errno));
-      return 1;
+      return false;
     }
   } else {
 #if defined(_WIN32)
@@ -133,11 +113,46 @@ int run_convert(const Words& words) {
   }
   const bool written = std::fwrite(output.data(), 1, output.size(), f) == output.size();
   const bool closed = f == stdout ? std::fflush(f) == 0 : std::fclose(f) == 0;
-  if (!written || !closed) {
-    std::fprintf(stderr, "nym convert: write failed\n");
+  if (!written || !closed) std::fprintf(stderr, "nym convert: write failed\n");
+  return written && closed;
+}
+
+}  // namespace
+
+int run_convert(const Words& words) {
+  Request r;
+  if (!parse(words, r)) {
+    std::fprintf(stderr, "usage: nym convert --to utf8|utf16 [--from utf8|utf16le|utf16be] FILE [-o OUT]\n");
+    return 2;
+  }
+  std::string bytes;
+  std::string error;
+  if (!read_whole_file(r.path, bytes, error)) {
+    std::fprintf(stderr, "nym convert: %s: %s\n", r.path.c_str(), error.c_str());
     return 1;
   }
-  return 0;
+  const nym::Nym_text_encoding source = source_encoding(r.from, bytes);
+  if (source == nym::NYM_ENCODING_NEITHER) {
+    std::fprintf(stderr, "nym convert: %s: neither UTF-8 nor UTF-16; name it with --from\n", r.path.c_str());
+    return 1;
+  }
+
+  // The text as UTF-16 in host (little-endian) order, without a mark.
+  nym::Wstring text;
+  if (source == nym::NYM_ENCODING_UTF8) {
+    utf8_to_utf16(bytes, bytes.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0, text);
+  } else {
+    utf16_units(bytes, source == nym::NYM_ENCODING_UTF16BE, text);
+  }
+
+  std::string output;
+  if (r.to == "utf8") {
+    utf16_to_utf8(text, output);
+  } else {
+    output = "\xFF\xFE";
+    output.append(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(nym::Wchar));
+  }
+  return write_output(r.out_path, output) ? 0 : 1;
 }
 
 }  // namespace nym_tool

@@ -5,16 +5,19 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "byte_buffer.h"
 #include "commands.h"
 #include "nym/encoding_detect.h"
+#include "nym/raw_memory_buffer.h"
+#include "nym/utf_detect.h"
 
 namespace nym_tool {
 
 namespace {
 
 void print_exact(const std::string& bytes, unsigned short tolerance) {
-  Byte_buffer buffer(bytes);
+  const nym::Nym_raw_memory_buffer buffer(static_cast<nym::int64>(bytes.size()),
+                                         reinterpret_cast<const unsigned char*>(bytes.data()),
+                                         nym::Nym_raw_memory_buffer::KEEP_MEMORY);
   nym::Nym_status status;
   unsigned char flags = 0;
   bool ascii = false;

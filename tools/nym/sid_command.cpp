@@ -18,12 +18,6 @@ const char* const USE_NAMES[] = {
 
 }  // namespace
 
-std::string utf8(const std::u16string& text) {
-  std::string out;
-  nym::nym_string_append(out, text.c_str());
-  return out;
-}
-
 int run_sid(const Words& words) {
   if (words.size() != 1 || words[0].empty()) {
     std::fprintf(stderr, "usage: nym sid NAME|S-1-...\n");

@@ -1,13 +1,17 @@
 #include "nym/buffer.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <limits>
 #include <new>
 #include <stdexcept>
 
+#include "base/current_thread.h"
 #include "buffer_platform.h"
+#include "nym/string_buffer.h"
 #include "store_counts.h"
+#include "store_failure.h"
 
 namespace nym {
 
@@ -37,6 +41,11 @@ void store_shared(T& word, T value) {
   __atomic_store_n(&word, value, __ATOMIC_RELEASE);
 }
 
+std::atomic<bool> waiters_available{true};
+
+// A waiter for the calling thread, or null when none can be had.
+void* new_waiter() { return waiters_available.load() ? impl::buffer_new_waiter() : nullptr; }
+
 // Counted once, by the first buffer built.
 unsigned int processors() {
   static const unsigned int count = impl::buffer_processor_count();
@@ -58,6 +67,8 @@ int64 nym_advance(int64 position, int64 offset) {
 }
 
 int64 nym_difference(int64 a, int64 b) { return a - b; }
+
+bool impl::nym_set_buffer_waiters(bool available) { return waiters_available.exchange(available); }
 
 Nym_buffer::Nym_buffer() {
   m_waiters.reserve(8);
@@ -122,7 +133,7 @@ inline void Nym_buffer::take_spin() const {
   const bool alone = processors() < 2;
   for (;;) {
     if (alone) {
-      impl::buffer_yield();
+      impl::yield_processor();
     } else {
 #if defined(__x86_64__) || defined(__i386__)
       __builtin_ia32_pause();
@@ -146,7 +157,7 @@ Nym_buffer::Reader_thread* Nym_buffer::reader_entry(std::uintptr_t thread) const
 }
 
 void Nym_buffer::read_lock() const {
-  const std::uintptr_t self = impl::buffer_thread();
+  const std::uintptr_t self = impl::current_thread_id();
   // A read inside this thread's own write: the write lock shuts everyone else out already,
   // and opening the group now would let other readers in beside the write.
   if (load_shared(m_writer_thread) == self) return;
@@ -172,7 +183,7 @@ void Nym_buffer::read_lock() const {
 }
 
 void Nym_buffer::read_unlock() const {
-  const std::uintptr_t self = impl::buffer_thread();
+  const std::uintptr_t self = impl::current_thread_id();
   if (load_shared(m_writer_thread) == self) return;
   take_spin();
   Reader_thread* const entry = reader_entry(self);
@@ -197,7 +208,7 @@ void Nym_buffer::read_unlock() const {
 }
 
 void Nym_buffer::write_lock() const {
-  const std::uintptr_t self = impl::buffer_thread();
+  const std::uintptr_t self = impl::current_thread_id();
   if (load_shared(m_writer_thread) == self) {
     m_writer_lock.lock();
     ++m_writer_depth;
@@ -230,9 +241,9 @@ void Nym_buffer::write_unlock() const {
 }
 
 void Nym_buffer::wait_for_readers(std::uintptr_t self) const {
-  void* waiter = impl::buffer_new_waiter();
+  void* waiter = new_waiter();
   if (waiter == nullptr) {
-    impl::buffer_yield();  // nobody could wake this thread: poll
+    impl::yield_processor();  // nobody could wake this thread: poll
     return;
   }
   // Only the thread that holds the writer lock for the group gets here, so the slot is free.
@@ -259,7 +270,7 @@ void Nym_buffer::wait_for_readers(std::uintptr_t self) const {
 }
 
 void Nym_buffer::wait() const {
-  void* waiter = impl::buffer_new_waiter();
+  void* waiter = new_waiter();
   if (waiter != nullptr) {
     bool listed = true;
     take_spin();
@@ -278,7 +289,7 @@ void Nym_buffer::wait() const {
   if (waiter != nullptr) {
     impl::buffer_sleep(waiter);
   } else {
-    impl::buffer_yield();  // nobody could wake this thread: poll
+    impl::yield_processor();  // nobody could wake this thread: poll
   }
   read_lock();
 }
@@ -346,6 +357,60 @@ uint64 Nym_buffer::read_contiguous(bool wait, int64& position, uint64 count, voi
   }
   read_unlock();
   return n;
+}
+
+void Nym_buffer::write_contiguous(int64& position, uint64 count, const void* data, Nym_status& status,
+                                  Contiguous_bytes bytes, Contiguous_resize resize, uint64 unit, uint64 limit) {
+  status.clear();
+  check_write_count(count);
+  if (count == 0) return;
+  write_lock();
+  if (position < 0 || impl::count_within_positions(position, count) < count) {
+    status = NYM_S_BAD_SEEK;
+    status.push(NYM_S_WRITE_FAILED);
+  } else if (static_cast<uint64>(position) + count > limit) {
+    status = NYM_S_STRING_LIMIT;
+    status.push(NYM_S_WRITE_FAILED);
+  } else {
+    try {
+      const uint64 at = static_cast<uint64>(position) / unit;
+      const uint64 end = at + count / unit;
+      uint64 length = 0;
+      void* start = const_cast<void*>(bytes(*this, length));
+      if (end > length / unit) start = resize(*this, end);
+      // memcpy: the caller's bytes need not be aligned for the store's unit.
+      std::memcpy(static_cast<unsigned char*>(start) + at * unit, data, static_cast<std::size_t>(count));
+      position += static_cast<int64>(count);
+    } catch (...) {
+      impl::status_from_exception(status, NYM_S_WRITE_FAILED);
+    }
+  }
+  signal();
+  write_unlock();
+}
+
+void Nym_buffer::seek_contiguous(Nym_seek_mode mode, int64 offset, int64& position, Nym_status& status,
+                                 Contiguous_bytes bytes) const {
+  uint64 length = 0;
+  read_lock();
+  bytes(*this, length);
+  read_unlock();
+  seek_within(mode, offset, position, static_cast<int64>(length), status);
+}
+
+void Nym_buffer::truncate_contiguous(int64 size, Nym_status& status, Contiguous_bytes bytes, Contiguous_resize resize,
+                                     uint64 unit) {
+  status.clear();
+  // Under the write lock, so that no reader copies from the store while it shrinks.
+  write_lock();
+  uint64 length = 0;
+  bytes(*this, length);
+  if (size < 0 || static_cast<uint64>(size) > length / unit) {
+    status = NYM_S_END_OF_DATA;
+  } else {
+    resize(*this, static_cast<uint64>(size));
+  }
+  write_unlock();
 }
 
 void Nym_buffer::check_write_count(uint64 count) {

@@ -12,10 +12,6 @@ namespace nym::impl {
 
 // Processors available to the process (at least 1).
 unsigned int buffer_processor_count();
-// Gives up the rest of the time slice.
-void buffer_yield();
-// The calling thread's number, never 0.
-std::uintptr_t buffer_thread();
 // A waiter for the calling thread, or null if none can be made (the caller then polls).
 void* buffer_new_waiter();
 // Frees a waiter that was never handed to a list.

@@ -1,8 +1,6 @@
 // The host's hand-over between the writer and sleeping readers. A waiter is a flag, a mutex
 // and a condition; wake sets the flag, so a wake before the sleep is kept. A listed waiter is
 // shared by the sleeping thread and the list and freed by the last of them.
-#include <pthread.h>
-#include <sched.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -33,10 +31,6 @@ unsigned int buffer_processor_count() {
   const long count = sysconf(_SC_NPROCESSORS_ONLN);
   return count < 1 ? 1u : static_cast<unsigned int>(count);
 }
-
-void buffer_yield() { sched_yield(); }
-
-std::uintptr_t buffer_thread() { return static_cast<std::uintptr_t>(pthread_self()); }
 
 void* buffer_new_waiter() { return new (std::nothrow) Waiter; }
 

@@ -23,10 +23,6 @@ unsigned int buffer_processor_count() {
   return count == 0 ? 1 : count;
 }
 
-void buffer_yield() { Sleep(0); }
-
-std::uintptr_t buffer_thread() { return GetCurrentThreadId(); }
-
 void* buffer_new_waiter() {
   HANDLE self = nullptr;
   if (!DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &self, 0, FALSE,

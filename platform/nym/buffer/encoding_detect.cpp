@@ -8,6 +8,7 @@
 
 #include "nym/istream.h"
 #include "nym/unicode.h"
+#include "text/utf_walk.h"
 
 namespace nym {
 
@@ -50,11 +51,11 @@ struct Utf16_reading {
   void take(unsigned int u) {
     if (pending_high) {
       pending_high = false;
-      if (u >= 0xDC00 && u <= 0xDFFF) return;
+      if (impl::is_low_surrogate(u)) return;
       ++bad;
     }
-    if (u >= 0xD800 && u <= 0xDBFF) pending_high = true;
-    else if ((u >= 0xDC00 && u <= 0xDFFF) || !is_text_unit(u)) ++bad;
+    if (impl::is_high_surrogate(u)) pending_high = true;
+    else if (impl::is_low_surrogate(u) || !is_text_unit(u)) ++bad;
   }
 };
 

@@ -9,6 +9,9 @@
 
 namespace nym {
 
+// Defined here so that a caller may bind it to a reference: the DLL exports it.
+const uint64 Nym_buffered_istream::WINDOW_SIZE;
+
 // ---- Nym_istream
 
 Nym_istream::Nym_istream() = default;

@@ -7,6 +7,7 @@
 
 #include "nym/istream.h"
 #include "store_counts.h"
+#include "swap_unit.h"
 
 namespace nym {
 
@@ -17,10 +18,6 @@ constexpr uint64 PORTION = 78;
 // The line area is made this large (or max + 2, if smaller) at once and grows only for
 // longer lines, so that a caller may pass a huge max without a huge allocation.
 constexpr uint64 FIRST_AREA = 4096;
-
-constexpr char16_t swap_unit(char16_t unit) {
-  return static_cast<char16_t>(((unit & 0xFFu) << 8) | (unit >> 8));
-}
 
 // The index of the first `wanted` in [from, to), or `to`.
 template <class Unit>
@@ -39,15 +36,98 @@ uint64 find_either(const Unit* area, uint64 from, uint64 to, Unit a, Unit b) {
   return from;
 }
 
+// The search for a line end, fed the units read so far; it remembers where it stopped.
+template <class Unit>
+class Line_end_scan {
+ public:
+  // The _be forms compare with swapped line ends rather than swap every unit.
+  Line_end_scan(Nym_eol rule, bool swap)
+      : m_rule(rule),
+        m_cr(swap ? static_cast<Unit>(0x0D00) : static_cast<Unit>(0x0D)),
+        m_lf(swap ? static_cast<Unit>(0x0A00) : static_cast<Unit>(0x0A)) {}
+
+  // Looks on through the first `whole` units of `area`, up to the first line end.
+  void scan(const Unit* area, uint64 whole) {
+    while (m_seen < whole && !m_found) {
+      if (m_after_cr) {
+        const Unit c = area[m_seen];
+        if (m_rule == NYM_EOL_CRLF) {
+          if (c == m_lf) found(NYM_EOL_CRLF, m_seen - 1, 2);
+          m_after_cr = c == m_cr;
+        } else if (c == m_lf) {
+          found(NYM_EOL_CRLF, m_seen - 1, 2);
+        } else {
+          // After a lone CR the line ended before this character, which stays for the next line.
+          found(NYM_EOL_CR, m_seen - 1, 1);
+        }
+        ++m_seen;
+        continue;
+      }
+      // In the normal state only CR and LF matter: skip to the next of them.
+      m_seen = m_rule == NYM_EOL_LF                             ? find_unit(area, m_seen, whole, m_lf)
+               : m_rule == NYM_EOL_CR || m_rule == NYM_EOL_CRLF ? find_unit(area, m_seen, whole, m_cr)
+                                                                : find_either(area, m_seen, whole, m_cr, m_lf);
+      if (m_seen == whole) break;
+      if (m_rule == NYM_EOL_CR || m_rule == NYM_EOL_LF) {
+        found(m_rule, m_seen, 1);
+      } else if (m_rule != NYM_EOL_CRLF && area[m_seen] == m_lf) {  // any; an unknown rule reads as any
+        found(NYM_EOL_LF, m_seen, 1);
+      } else {
+        m_after_cr = true;
+      }
+      ++m_seen;
+    }
+  }
+
+  // The data end here: a CR last ends the line under the rule "any".
+  void finish() {
+    if (m_found) return;
+    if (m_rule != NYM_EOL_CR && m_rule != NYM_EOL_LF && m_rule != NYM_EOL_CRLF && m_after_cr) {
+      found(NYM_EOL_CR, m_seen - 1, 1);
+    } else {
+      m_line_length = m_seen;
+    }
+  }
+
+  // A piece of a longer line: a line end seen just beyond it is still reported, not consumed.
+  void cut(uint64 limit) {
+    if (m_line_length <= limit) return;
+    m_line_length = limit;
+    m_eol_length = 0;
+    m_found = false;
+  }
+
+  bool ended() const { return m_found; }
+  uint64 seen() const { return m_seen; }
+  Nym_eol report() const { return m_report; }
+  uint64 line_length() const { return m_line_length; }
+  uint64 eol_length() const { return m_eol_length; }
+
+ private:
+  void found(Nym_eol report, uint64 line_length, uint64 eol_length) {
+    m_found = true;
+    m_report = report;
+    m_line_length = line_length;
+    m_eol_length = eol_length;
+  }
+
+  const Nym_eol m_rule;
+  const Unit m_cr;
+  const Unit m_lf;
+  uint64 m_seen = 0;  // whole characters examined
+  bool m_after_cr = false;
+  bool m_found = false;
+  Nym_eol m_report = NYM_EOL_ANY;
+  uint64 m_line_length = 0;
+  uint64 m_eol_length = 0;
+};
+
 }  // namespace
 
 template <class Unit>
 Nym_eol Nym_istream::read_line(int64 position, bool advance, bool swap, uint64 max, std::basic_string<Unit>& line,
                                Nym_status& status) {
   constexpr uint64 unit = sizeof(Unit);
-  // The _be forms compare with swapped line ends rather than swap every unit.
-  const Unit cr = swap ? static_cast<Unit>(0x0D00) : static_cast<Unit>(0x0D);
-  const Unit lf = swap ? static_cast<Unit>(0x0A00) : static_cast<Unit>(0x0A);
   status.clear();
   line.clear();
 
@@ -65,18 +145,11 @@ Nym_eol Nym_istream::read_line(int64 position, bool advance, bool swap, uint64 m
   };
   ensure_area(std::min(look, FIRST_AREA) * unit);
 
-  const Nym_eol rule = m_eol;
+  Line_end_scan<Unit> scan(m_eol, swap);
   uint64 bytes = 0;  // read so far, at `position`
-  uint64 seen = 0;   // whole characters examined
-  bool after_cr = false;
-  bool found = false;
-  Nym_eol report = NYM_EOL_ANY;
-  uint64 line_length = 0;
-  uint64 eol_length = 0;
-
-  while (!found && seen < look) {
+  while (!scan.ended() && scan.seen() < look) {
     const int64 at = position + static_cast<int64>(bytes);
-    const uint64 want = impl::count_within_positions(at, std::min(PORTION, look - seen) * unit - bytes % unit);
+    const uint64 want = impl::count_within_positions(at, std::min(PORTION, look - scan.seen()) * unit - bytes % unit);
     if (want == 0) {
       status = NYM_S_END_OF_DATA;  // nothing lies beyond the last position
       break;
@@ -90,70 +163,21 @@ Nym_eol Nym_istream::read_line(int64 position, bool advance, bool swap, uint64 m
     // A store that answers nothing without an error would be asked again for ever.
     if (got == 0) break;
     bytes += got;
-    const uint64 whole = bytes / unit;
-    const Unit* area = static_cast<const Unit*>(m_line_area);
-    while (seen < whole && !found) {
-      if (after_cr) {
-        const Unit c = area[seen];
-        if (rule == NYM_EOL_CRLF) {
-          if (c == lf) found = true, report = NYM_EOL_CRLF, line_length = seen - 1, eol_length = 2;
-          after_cr = c == cr;
-        } else {
-          // Any: CR LF ends here; after a lone CR the line ended before this character,
-          // which stays for the next line.
-          found = true, report = c == lf ? NYM_EOL_CRLF : NYM_EOL_CR;
-          line_length = seen - 1;
-          eol_length = c == lf ? 2 : 1;
-        }
-        ++seen;
-        continue;
-      }
-      // In the normal state only CR and LF matter: skip to the next of them.
-      const uint64 next = rule == NYM_EOL_LF   ? find_unit(area, seen, whole, lf)
-                          : rule == NYM_EOL_CR ? find_unit(area, seen, whole, cr)
-                          : rule == NYM_EOL_CRLF ? find_unit(area, seen, whole, cr)
-                                                 : find_either(area, seen, whole, cr, lf);
-      seen = next;
-      if (seen == whole) break;
-      switch (rule) {
-        case NYM_EOL_CR: found = true, report = NYM_EOL_CR, line_length = seen, eol_length = 1; break;
-        case NYM_EOL_LF: found = true, report = NYM_EOL_LF, line_length = seen, eol_length = 1; break;
-        case NYM_EOL_CRLF: after_cr = true; break;
-        default:  // any; an unknown rule reads as any
-          if (area[seen] == lf) {
-            found = true, report = NYM_EOL_LF, line_length = seen, eol_length = 1;
-          } else {
-            after_cr = true;
-          }
-          break;
-      }
-      ++seen;
-    }
+    scan.scan(static_cast<const Unit*>(m_line_area), bytes / unit);
   }
+  scan.finish();
+  scan.cut(limit);
 
-  if (!found) {
-    if (rule != NYM_EOL_CR && rule != NYM_EOL_LF && rule != NYM_EOL_CRLF && after_cr) {
-      found = true, report = NYM_EOL_CR, line_length = seen - 1, eol_length = 1;
-    } else {
-      line_length = seen;
-    }
-  }
-  if (line_length > limit) {
-    // A piece of a longer line: a line end seen just beyond it is still reported, not consumed.
-    line_length = limit;
-    eol_length = 0;
-    found = false;
-  }
-  line.assign(static_cast<const Unit*>(m_line_area), static_cast<std::size_t>(line_length));
+  line.assign(static_cast<const Unit*>(m_line_area), static_cast<std::size_t>(scan.line_length()));
   if constexpr (sizeof(Unit) == 2) {
     if (swap) {
-      for (auto& c : line) c = swap_unit(c);
+      for (auto& c : line) c = impl::swap_unit(c);
     }
   }
-  if (seen > 0 && status == NYM_S_END_OF_DATA) status.clear();
-  if (!found && status.ok()) status.push(NYM_S_LINE_NOT_ENDED);
-  if (advance) m_position = position + static_cast<int64>((line_length + eol_length) * unit);
-  return report;
+  if (scan.seen() > 0 && status == NYM_S_END_OF_DATA) status.clear();
+  if (!scan.ended() && status.ok()) status.push(NYM_S_LINE_NOT_ENDED);
+  if (advance) m_position = position + static_cast<int64>((scan.line_length() + scan.eol_length()) * unit);
+  return scan.report();
 }
 
 Nym_eol Nym_istream::readln(uint64 max, Nstring& line, Nym_status& status) {

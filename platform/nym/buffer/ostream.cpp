@@ -5,12 +5,11 @@
 #include <string>
 
 #include "store_counts.h"
+#include "swap_unit.h"
 
 namespace nym {
 
 namespace {
-
-constexpr char16_t swap_unit(char16_t unit) { return static_cast<char16_t>(((unit & 0xFFu) << 8) | (unit >> 8)); }
 
 // The line-end text of a rule, in the unit of the line writer.
 template <class Unit>
@@ -142,8 +141,8 @@ void Nym_ostream::write_line(const Unit* text, uint64 units, bool swap, Nym_stat
   if constexpr (sizeof(Unit) == 2) {
     if (swap) {
       swapped.assign(text, units);
-      for (auto& unit : swapped) unit = swap_unit(unit);
-      for (uint64 i = 0; i < end_units; ++i) end[i] = swap_unit(end[i]);
+      for (auto& unit : swapped) unit = impl::swap_unit(unit);
+      for (uint64 i = 0; i < end_units; ++i) end[i] = impl::swap_unit(end[i]);
       text = swapped.data();
     }
   }

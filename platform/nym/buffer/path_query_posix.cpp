@@ -3,8 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "nym/string_basic.h"
 #include "path_query_platform.h"
+#include "nym/string_basic.h"
 
 namespace nym::impl {
 

@@ -4,7 +4,7 @@
 #include <sys/types.h>
 
 #include "path_query_platform.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 namespace nym::impl {
 

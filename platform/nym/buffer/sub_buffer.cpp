@@ -5,6 +5,9 @@
 
 namespace nym {
 
+// Defined here so that a caller may bind it to a reference: the DLL exports it.
+const int64 Nym_sub_buffer::NO_END;
+
 Nym_sub_buffer::Nym_sub_buffer(const Nym_buffer& parent, int64 start, int64 end)
     : m_parent(parent), m_start(start), m_end(end) {
   if (end < start) throw std::invalid_argument("Nym_sub_buffer::Nym_sub_buffer - end value is less than start value");

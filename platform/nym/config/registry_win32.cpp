@@ -1,3 +1,5 @@
+#include "nym/registry.h"
+
 #include <windows.h>
 
 #include <cstdint>
@@ -5,9 +7,8 @@
 
 #include "config/registry_data.h"
 #include "nym/cwstring.h"
-#include "nym/registry.h"
 #include "nym/security.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 namespace nym {
 

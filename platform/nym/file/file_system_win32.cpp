@@ -2,7 +2,7 @@
 #include <windows.h>
 
 #include "file/file_system_platform.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 namespace nym::impl {
 

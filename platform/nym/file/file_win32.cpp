@@ -8,7 +8,7 @@
 
 #include "file/file_platform.h"
 #include "nym/security.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 namespace nym::impl {
 

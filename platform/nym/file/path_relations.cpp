@@ -10,8 +10,8 @@
 // those of the level-by-level rule, including its look-back quirks (see look_back_finds).
 #include <string_view>
 
-#include "nym/cwstring.h"
 #include "nym/path.h"
+#include "nym/cwstring.h"
 #include "nym/quote.h"
 #include "nym/tokeniser.h"
 

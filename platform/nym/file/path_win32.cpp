@@ -5,7 +5,7 @@
 #include <system_error>
 
 #include "nym/path.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 namespace nym {
 

@@ -5,7 +5,7 @@
 #include <atomic>
 
 #include "security/account_db.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 namespace nym::impl {
 

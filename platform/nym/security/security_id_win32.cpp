@@ -5,10 +5,10 @@
 #include <stdexcept>
 #include <vector>
 
-#include "nym/exception.h"
 #include "nym/security_id.h"
+#include "nym/exception.h"
 #include "nym/string_basic.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 namespace nym {
 

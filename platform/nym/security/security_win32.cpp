@@ -7,9 +7,9 @@
 #include <stdexcept>
 #include <vector>
 
-#include "nym/exception.h"
 #include "nym/security.h"
-#include "system/win32_wide.h"
+#include "nym/exception.h"
+#include "base/win32_wide.h"
 
 namespace nym {
 

@@ -1,7 +1,7 @@
 #include <windows.h>
 
 #include "status/messages_platform.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 namespace nym::impl {
 

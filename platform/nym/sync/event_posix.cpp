@@ -41,12 +41,11 @@ Nym_event::~Nym_event() { delete &twin(m_handle); }
 
 void Nym_event::signal() const {
   Twin& t = twin(m_handle);
-  {
-    std::lock_guard<std::mutex> hold(t.mutex);
-    t.signalled = true;
-    ++t.signals;
-  }
-  // All look: an auto-reset event still lets only the first one through.
+  std::lock_guard<std::mutex> hold(t.mutex);
+  t.signalled = true;
+  ++t.signals;
+  // All look: an auto-reset event still lets only the first one through. Notified under the
+  // mutex, since a released waiter may destroy the event as soon as it has the mutex back.
   t.changed.notify_all();
 }
 

@@ -2,10 +2,13 @@
 
 #include <stdexcept>
 
-#include "nym/exception.h"
 #include "nym/message_queue.h"
+#include "nym/exception.h"
 
 namespace nym {
+
+// Defined here so that a caller may bind it to a reference: the DLL exports it.
+const unsigned int Nym_message_queue::FOREVER;
 
 Nym_message_queue::Nym_message_queue() : m_port(CreateIoCompletionPort(INVALID_HANDLE_VALUE, nullptr, 0, 0)) {
   if (m_port == nullptr) throw Nym_sys_call_fail("::CreateIoCompletionPort");

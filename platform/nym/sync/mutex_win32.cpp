@@ -3,10 +3,10 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "nym/exception.h"
 #include "nym/mutex.h"
+#include "nym/exception.h"
 #include "nym/security.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 namespace nym {
 

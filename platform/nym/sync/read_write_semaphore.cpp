@@ -4,7 +4,7 @@
 #include <mutex>
 #include <stdexcept>
 
-#include "sync/current_thread.h"
+#include "base/current_thread.h"
 #include "sync/event_state.h"
 
 namespace nym {

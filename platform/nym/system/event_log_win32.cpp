@@ -3,7 +3,7 @@
 #include <atomic>
 
 #include "system/event_log.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 namespace nym::impl {
 

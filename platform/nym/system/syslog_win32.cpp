@@ -1,3 +1,5 @@
+#include "nym/syslog.h"
+
 #include <windows.h>
 
 #include <stdexcept>
@@ -6,7 +8,6 @@
 #include "config/registry_data.h"
 #include "nym/cwstring.h"
 #include "nym/registry.h"
-#include "nym/syslog.h"
 #include "nym/tokeniser.h"
 #include "nym/utf.h"
 #include "status/argument_text.h"

@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "nym/utf.h"
+#include "text/normalize.h"
 #include "text/utf_walk.h"
 
 namespace nym {
@@ -273,7 +274,7 @@ namespace {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 #endif
-int32_t normalize_nfkc(const UChar* source, UChar* result, int32_t capacity, UErrorCode& error) {
+int32_t icu_nfkc(const UChar* source, UChar* result, int32_t capacity, UErrorCode& error) {
   return unorm_normalize(source, -1, UNORM_NFKC, 0, result, capacity, &error);
 }
 #if defined(__GNUC__)
@@ -282,54 +283,33 @@ int32_t normalize_nfkc(const UChar* source, UChar* result, int32_t capacity, UEr
 
 }  // namespace
 
-void nym_normalize(const Wstring& in, Wstring& out, Nym_status& status) {
+namespace impl {
+
+bool normalize_nfkc(const Wstring& in, Wstring& out, int& icu_error) {
   constexpr int32_t WORK_AREA = 4096;
   UChar work[WORK_AREA];
   UErrorCode error = U_ZERO_ERROR;
-  const int32_t length = normalize_nfkc(in.c_str(), work, WORK_AREA, error);
+  const int32_t length = icu_nfkc(in.c_str(), work, WORK_AREA, error);
   // A result of exactly the work area's size is complete, only not terminated.
   if (error == U_ZERO_ERROR || (error == U_STRING_NOT_TERMINATED_WARNING && length == WORK_AREA)) {
     out.assign(work, static_cast<std::size_t>(length));
-    return;
+    return true;
   }
   if (error == U_BUFFER_OVERFLOW_ERROR && length > WORK_AREA) {
     const auto capacity = static_cast<std::size_t>(length) + 1;
     std::unique_ptr<UChar[]> large(new UChar[capacity]);
     error = U_ZERO_ERROR;
-    const int32_t second = normalize_nfkc(in.c_str(), large.get(), static_cast<int32_t>(capacity), error);
+    const int32_t second = icu_nfkc(in.c_str(), large.get(), static_cast<int32_t>(capacity), error);
     if (error == U_ZERO_ERROR) {
       out.assign(large.get(), static_cast<std::size_t>(second));
-      return;
+      return true;
     }
   }
-  nym_translate_icu_error(error, status);
+  icu_error = error;
+  return false;
 }
 
-void nym_translate_icu_error(int code, Nym_status& status) {
-  switch (code) {
-    case U_ZERO_ERROR:
-      status.clear();
-      return;
-    case U_INVALID_CHAR_FOUND:
-      status = NYM_S_ICU_INVALID_CHAR;
-      return;
-    case U_TRUNCATED_CHAR_FOUND:
-      status = NYM_S_ICU_TRUNCATED_CHAR;
-      return;
-    case U_ILLEGAL_CHAR_FOUND:
-      status = NYM_S_ICU_ILLEGAL_CHAR;
-      return;
-    case U_ILLEGAL_ESCAPE_SEQUENCE:
-      status = NYM_S_ICU_ILLEGAL_ESCAPE;
-      return;
-    case U_UNSUPPORTED_ESCAPE_SEQUENCE:
-      status = NYM_S_ICU_UNSUPPORTED_ESCAPE;
-      return;
-    default:
-      status.assign(NYM_S_ICU_ERROR, Nym_int_status_arg(code, true));
-      return;
-  }
-}
+}  // namespace impl
 
 void nym_trim(Nstring& text) {
   trim_trailing(text, narrow_space);

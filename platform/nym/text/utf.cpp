@@ -129,7 +129,7 @@ uint32 nym_utf16_to_utf32_char(const Wchar* text, uint64& position) {
   if (impl::is_high_surrogate(u) && impl::is_low_surrogate(text[position + 1])) {
     const std::uint32_t w = text[position + 1];
     position += 2;
-    return (u - 0xD7F7) * 1024 + w;
+    return impl::combine_surrogates(u, w);
   }
   // Unlike the other walks, a bad high surrogate leaves the unit after it to the next call.
   ++position;

@@ -21,33 +21,39 @@ extern const std::uint8_t UTF8_CONTINUATION_COUNT[256];
 inline bool is_utf8_continuation(unsigned char b) { return (b & 0xC0) == 0x80; }
 inline bool is_high_surrogate(std::uint32_t u) { return u >= 0xD800 && u <= 0xDBFF; }
 inline bool is_low_surrogate(std::uint32_t u) { return u >= 0xDC00 && u <= 0xDFFF; }
+// The code point of a high surrogate and the low one after it.
+inline std::uint32_t combine_surrogates(std::uint32_t high, std::uint32_t low) { return (high - 0xD7F7) * 1024 + low; }
 
 // Decodes one character at p (p < end, *p not the terminator of a terminated string) and
-// advances p. A byte that is not 10xxxxxx (a NUL among them) ends the sequence unconsumed, so
+// advances p; a malformed sequence gives BAD (the strict detectors pass a value that is no
+// character). A byte that is not 10xxxxxx (a NUL among them) ends the sequence unconsumed, so
 // a terminated string is never read past its NUL when `end` is null.
+template <std::uint32_t BAD = REPLACEMENT_CHARACTER>
 inline std::uint32_t decode_utf8(const unsigned char*& p, const unsigned char* end) {
   const unsigned char b = *p++;
   if (b < 0x80) return b;
   const unsigned n = UTF8_CONTINUATION_COUNT[b];
-  if (n == 0) return REPLACEMENT_CHARACTER;
+  if (n == 0) return BAD;
   std::uint32_t value = b & ((1u << (6 - n)) - 1);
   for (unsigned i = 0; i < n; ++i) {
-    if ((end != nullptr && p == end) || !is_utf8_continuation(*p)) return REPLACEMENT_CHARACTER;
+    if ((end != nullptr && p == end) || !is_utf8_continuation(*p)) return BAD;
     value = (value << 6) | (*p++ & 0x3Fu);
   }
   return value;
 }
 
-// Decodes one character at p and advances p. A high surrogate consumes the following unit
-// whatever it is, except the terminator (end null, unit 0) or the end of a bounded range.
+// Decodes one character at p and advances p; BAD as above. A high surrogate consumes the
+// following unit whatever it is, except the terminator (end null, unit 0) or the end of a
+// bounded range.
+template <std::uint32_t BAD = REPLACEMENT_CHARACTER>
 inline std::uint32_t decode_utf16(const Wchar*& p, const Wchar* end) {
   const std::uint32_t u = *p++;
   if (u < 0xD800 || u > 0xDFFF) return u;
-  if (is_low_surrogate(u)) return REPLACEMENT_CHARACTER;
-  if ((end != nullptr && p == end) || (end == nullptr && *p == 0)) return REPLACEMENT_CHARACTER;
+  if (is_low_surrogate(u)) return BAD;
+  if ((end != nullptr && p == end) || (end == nullptr && *p == 0)) return BAD;
   const std::uint32_t w = *p++;
-  if (is_low_surrogate(w)) return (u - 0xD7F7) * 1024 + w;
-  return REPLACEMENT_CHARACTER;
+  if (is_low_surrogate(w)) return combine_surrogates(u, w);
+  return BAD;
 }
 
 // Writes the UTF-8 form of v at q (1 to 4 bytes, as append_utf8) and answers the end.
@@ -113,10 +119,11 @@ inline void append_utf16(Wstring& out, std::uint32_t v) {
   }
 }
 
-// The vector instructions a whole-text conversion may use: SSE2 (always there on x64; plain
-// C++ elsewhere) for runs of ASCII, or SSSE3 for whole windows of mixed text as well. The
-// default picks the best the processor has; the tests hold every kernel to the walkers.
-enum class Utf_kernel { sse2, ssse3 };
+// The kernels of a whole-text conversion: the baseline (vector steps over runs of ASCII with
+// SSE2, which every x64 processor has, plain C++ elsewhere), or SSSE3 for whole windows of
+// mixed text as well. The default picks the best the processor has; the tests hold every
+// kernel to the walkers.
+enum class Utf_kernel { baseline, ssse3 };
 bool utf_kernel_supported(Utf_kernel kernel);
 
 // Whole-text conversions: the output of decode_utf8/decode_utf16 and append_utf16/append_utf8

@@ -7,7 +7,7 @@
 #include "nym/pipe.h"
 #include "nym/security.h"
 #include "nym/status.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 #include "thread/pipe_platform.h"
 
 namespace nym {

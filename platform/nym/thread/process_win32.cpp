@@ -9,7 +9,7 @@
 
 #include "nym/process.h"
 #include "nym/status.h"
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 
 namespace nym {
 

@@ -5,14 +5,15 @@
 // registration on, a thread's ending steps, the exception handlers, the destructor, kill and
 // suspend; so a thread is never killed or suspended inside either lock, nor after it has
 // left them for the last time (m_ended).
+#include "nym/thread.h"
+
 #include <cerrno>
 #include <cstring>
 #include <mutex>
 #include <stdexcept>
 
 #include "nym/pipe.h"
-#include "nym/thread.h"
-#include "sync/current_thread.h"
+#include "base/current_thread.h"
 #include "thread/thread_platform.h"
 
 namespace nym {

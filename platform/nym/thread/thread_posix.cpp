@@ -12,7 +12,7 @@
 #include <mutex>
 #include <thread>
 
-#include "sync/current_thread.h"
+#include "base/current_thread.h"
 #include "thread/thread_platform.h"
 
 namespace nym::impl {

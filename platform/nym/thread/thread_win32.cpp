@@ -1,5 +1,7 @@
 // Nym_thread's system side on Windows: the runtime's thread creation, waits, the component
 // runtime, and the control operations.
+#include "nym/thread.h"
+
 #include <objbase.h>
 #include <process.h>
 #include <windows.h>
@@ -9,7 +11,6 @@
 
 #include "nym/exception.h"
 #include "nym/security.h"
-#include "nym/thread.h"
 #include "thread/thread_platform.h"
 
 namespace nym {

@@ -1,10 +1,10 @@
 #include <atomic>
 #include <stdexcept>
 
+#include "time/clock.h"
 #include "nym/date.h"
 #include "nym/test_clock.h"
 #include "nym/time_zone.h"
-#include "time/clock.h"
 
 namespace nym {
 

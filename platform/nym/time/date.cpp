@@ -11,6 +11,13 @@
 
 namespace nym {
 
+// Defined here so that a caller may bind them to a reference: the DLL exports them.
+const int Nym_date::MIN_JULIAN_DAY;
+const int Nym_date::MAX_JULIAN_DAY;
+const int Nym_date::UNIX_EPOCH_JULIAN_DAY;
+const int Nym_date::MIN_YEAR;
+const int Nym_date::MAX_YEAR;
+
 namespace {
 
 // Days from the start of working year -4799 (a year after a multiple of 400) to Julian day 0.

@@ -1,21 +1,13 @@
 #include "nym/date_status_arg.h"
 
+#include "status/arg_kind.h"
+
 namespace nym {
 
 const GUID Nym_time_status_arg::ID = {0xE48B8170, 0xAAF0, 0x11D2, {0x99, 0x25, 0x00, 0xA0, 0xC9, 0xB7, 0xDA, 0xA8}};
 const GUID Nym_date_status_arg::ID = {0x1637FA71, 0xAB07, 0x11D2, {0x99, 0x25, 0x00, 0xA0, 0xC9, 0xB7, 0xDA, 0xA8}};
 const GUID Nym_date_and_time_status_arg::ID = {
     0x1637FA72, 0xAB07, 0x11D2, {0x99, 0x25, 0x00, 0xA0, 0xC9, 0xB7, 0xDA, 0xA8}};
-
-namespace {
-
-// The right-hand side's identity decides the kind, as for every argument.
-template <class Kind>
-bool same_value(const Nym_status_arg& other, const Kind& self) {
-  return nym_guid_equal(other.identity(), Kind::ID) && static_cast<const Kind&>(other).value() == self.value();
-}
-
-}  // namespace
 
 void Nym_time_status_arg::destroy() { delete this; }
 void Nym_time_status_arg::to_string(Wstring& out) const {
@@ -24,7 +16,7 @@ void Nym_time_status_arg::to_string(Wstring& out) const {
 }
 GUID Nym_time_status_arg::identity() const { return ID; }
 Nym_status_arg* Nym_time_status_arg::clone(const void*) const { return new Nym_time_status_arg(*this); }
-bool Nym_time_status_arg::operator==(const Nym_status_arg& other) const { return same_value(other, *this); }
+bool Nym_time_status_arg::operator==(const Nym_status_arg& other) const { return impl::same_value(other, *this); }
 
 void Nym_date_status_arg::destroy() { delete this; }
 void Nym_date_status_arg::to_string(Wstring& out) const {
@@ -33,7 +25,7 @@ void Nym_date_status_arg::to_string(Wstring& out) const {
 }
 GUID Nym_date_status_arg::identity() const { return ID; }
 Nym_status_arg* Nym_date_status_arg::clone(const void*) const { return new Nym_date_status_arg(*this); }
-bool Nym_date_status_arg::operator==(const Nym_status_arg& other) const { return same_value(other, *this); }
+bool Nym_date_status_arg::operator==(const Nym_status_arg& other) const { return impl::same_value(other, *this); }
 
 void Nym_date_and_time_status_arg::destroy() { delete this; }
 void Nym_date_and_time_status_arg::to_string(Wstring& out) const {
@@ -44,6 +36,6 @@ GUID Nym_date_and_time_status_arg::identity() const { return ID; }
 Nym_status_arg* Nym_date_and_time_status_arg::clone(const void*) const {
   return new Nym_date_and_time_status_arg(*this);
 }
-bool Nym_date_and_time_status_arg::operator==(const Nym_status_arg& other) const { return same_value(other, *this); }
+bool Nym_date_and_time_status_arg::operator==(const Nym_status_arg& other) const { return impl::same_value(other, *this); }
 
 }  // namespace nym

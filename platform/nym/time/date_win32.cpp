@@ -1,6 +1,6 @@
 #include <windows.h>
 
-#include "system/win32_wide.h"
+#include "base/win32_wide.h"
 #include "time/date_locale.h"
 
 namespace nym::impl {

@@ -1,5 +1,7 @@
 #include "nym/time_period.h"
 
+#include <sys/time.h>
+
 #include <cstdio>
 
 #include "nym/cwstring.h"
@@ -9,6 +11,12 @@
 #include "time/wrap.h"
 
 namespace nym {
+
+// Defined here so that a caller may bind them to a reference: the DLL exports them.
+const int64 Nym_time_period::SECONDS_PER_DAY;
+const int64 Nym_time_period::SECONDS_PER_HOUR;
+const int64 Nym_time_period::SECONDS_PER_MINUTE;
+const int Nym_time_period::MICROSECONDS_PER_SECOND;
 
 // Constant-initialised, so that they exist before any dynamic initialiser of the library.
 const Nym_time_period Nym_time_period::ZERO(Raw{}, 0, 0);

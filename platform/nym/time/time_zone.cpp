@@ -7,6 +7,9 @@
 
 namespace nym {
 
+// Defined here so that a caller may bind it to a reference: the DLL exports it.
+const int Nym_time_zone::ZONE_COUNT;
+
 using Z = Nym_time_zone;
 
 // Row order is behaviour: lookup by offset takes the first match. The values are the

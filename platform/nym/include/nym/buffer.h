@@ -37,8 +37,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "nym/atomic.h"
 #include "nym/critical.h"
+#include "nym/interlocked.h"
 #include "nym/status.h"
 
 namespace nym {
@@ -133,6 +133,23 @@ class NYM_API Nym_buffer {
   // NYM_S_READ_FAILED, the end without a writer NYM_S_END_OF_DATA.
   uint64 read_contiguous(bool wait, int64& position, uint64 count, void* data, Nym_status& status,
                          Contiguous_bytes bytes, uint64 unit) const;
+  // Sets such a store's length to `units` units of `unit` bytes, new ones spaces, and answers
+  // where its bytes lie now. Raises what the storage raises, leaving the store as it was.
+  using Contiguous_resize = void* (*)(Nym_buffer& store, uint64 units);
+  // Its write: under the write lock, `count` bytes (whole units) at `position`, the store padded
+  // with spaces up to it. A negative position, or one the write would carry past the last
+  // position, reports NYM_S_BAD_SEEK, a write that would end past `limit` bytes
+  // NYM_S_STRING_LIMIT, a failure of the storage NYM_S_NO_MEMORY, NYM_S_STD_EXCEPTION or
+  // NYM_S_UNKNOWN_EXCEPTION, each under NYM_S_WRITE_FAILED.
+  void write_contiguous(int64& position, uint64 count, const void* data, Nym_status& status, Contiguous_bytes bytes,
+                        Contiguous_resize resize, uint64 unit, uint64 limit);
+  // Its seek: the usual one, with the length read under the read lock as the end.
+  void seek_contiguous(Nym_seek_mode mode, int64 offset, int64& position, Nym_status& status,
+                       Contiguous_bytes bytes) const;
+  // Its truncate, to `size` units under the write lock: NYM_S_END_OF_DATA for a size below 0
+  // or beyond the length.
+  void truncate_contiguous(int64 size, Nym_status& status, Contiguous_bytes bytes, Contiguous_resize resize,
+                           uint64 unit);
   // The protected operations of another store, for stores built on stores (a window, a chain)
   // and for the streams. read_of asks no more than the positions from `position` can hold (at
   // the last position: NYM_S_END_OF_DATA without asking) and believes no more than it asked.
@@ -188,6 +205,15 @@ class NYM_API Nym_buffer {
 
   static Nym_atomic_counter<unsigned int> m_id_generator;
 };
+
+namespace impl {
+
+// Test seam: while `available` is false, no thread can register to be woken (as when the
+// system has no handle to give): a reader at the end of the data, and a writer waiting for a
+// reader group, poll instead of sleeping. Answers the setting it replaces.
+NYM_API bool nym_set_buffer_waiters(bool available);
+
+}  // namespace impl
 
 }  // namespace nym
 

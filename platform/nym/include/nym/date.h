@@ -39,11 +39,11 @@ class Nym_date_and_time;
 
 class NYM_API Nym_date {
  public:
-  static constexpr int MIN_JULIAN_DAY = 38;
-  static constexpr int MAX_JULIAN_DAY = 13688960;
-  static constexpr int UNIX_EPOCH_JULIAN_DAY = 2440588;  // 1 January 1970, a Thursday
-  static constexpr int MIN_YEAR = -4713;
-  static constexpr int MAX_YEAR = 32766;
+  static const int MIN_JULIAN_DAY = 38;
+  static const int MAX_JULIAN_DAY = 13688960;
+  static const int UNIX_EPOCH_JULIAN_DAY = 2440588;  // 1 January 1970, a Thursday
+  static const int MIN_YEAR = -4713;
+  static const int MAX_YEAR = 32766;
 
   // 1 January 1970; the clock is not read.
   constexpr Nym_date() noexcept : m_julian_day(UNIX_EPOCH_JULIAN_DAY) {}

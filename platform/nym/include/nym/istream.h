@@ -138,7 +138,7 @@ class NYM_API Nym_unbuffered_istream : public Nym_istream {
 // object isn't safe. A window filled from a store that has grown since keeps its old bytes.
 class NYM_API Nym_buffered_istream : public Nym_istream {
  public:
-  static constexpr uint64 WINDOW_SIZE = 16384;
+  static const uint64 WINDOW_SIZE = 16384;
 
   Nym_buffered_istream();
   Nym_buffered_istream(const Nym_buffer& buffer, bool blocking, Nym_status& status, Nym_eol eol = NYM_EOL_ANY);

@@ -28,8 +28,6 @@ class NYM_API Nym_latch {
   void unlock();
 
  private:
-  void wait();
-
   volatile int m_word;
 };
 

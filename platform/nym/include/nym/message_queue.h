@@ -18,7 +18,7 @@ namespace nym {
 class NYM_API Nym_message_queue {
  public:
   // A time-out that means "without limit"; a wait of exactly 65,535 ms cannot be asked for.
-  static constexpr unsigned int FOREVER = 0xFFFFu;
+  static const unsigned int FOREVER = 0xFFFFu;
 
   // Failure raises Nym_sys_call_fail "::CreateIoCompletionPort".
   Nym_message_queue();

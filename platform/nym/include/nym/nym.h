@@ -1,4 +1,5 @@
-// Umbrella header of the nym2208 library: includes every exported header.
+// Umbrella header of the nym2208 library: includes every exported header but nym/test_clock.h,
+// which tests include themselves.
 #ifndef NYM_NYM_H
 #define NYM_NYM_H
 
@@ -18,6 +19,7 @@
 #include "nym/export.h"
 #include "nym/file_access.h"
 #include "nym/file_system.h"
+#include "nym/interlocked.h"
 #include "nym/func_buffer.h"
 #include "nym/ibyte_stream.h"
 #include "nym/istream.h"
@@ -37,8 +39,8 @@
 #include "nym/stream_helpers.h"
 #include "nym/string_basic.h"
 #include "nym/string_buffer.h"
+#include "nym/string_match.h"
 #include "nym/sub_buffer.h"
-#include "nym/test_clock.h"
 #include "nym/thread.h"
 #include "nym/time.h"
 #include "nym/time_period.h"
@@ -52,6 +54,7 @@
 
 #if defined(_WIN32)
 #include "nym/acl.h"
+#include "nym/directory.h"
 #include "nym/file.h"
 #include "nym/file_buffer.h"
 #include "nym/message_queue.h"

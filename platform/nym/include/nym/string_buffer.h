@@ -24,7 +24,7 @@ constexpr unsigned int NYM_S_STRING_LIMIT = 0xC200008Fu;  // the string is at it
 
 class NYM_API Nym_string_buffer : public Nym_buffer {
  public:
-  static constexpr uint64 STRING_LIMIT = 0xA0000;
+  static const uint64 STRING_LIMIT = 0xA0000;
 
   Nym_string_buffer(Nstring& text, bool no_limit);
   ~Nym_string_buffer() override;
@@ -38,6 +38,7 @@ class NYM_API Nym_string_buffer : public Nym_buffer {
 
  private:
   static const void* string_bytes(const Nym_buffer& store, uint64& size);
+  static void* string_resize(Nym_buffer& store, uint64 units);
   Nstring& m_string;
   bool m_no_limit;
 };

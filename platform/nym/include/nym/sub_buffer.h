@@ -22,7 +22,7 @@ constexpr unsigned int NYM_S_END_BEFORE_START = 0xC20000A5u;   // set_end below 
 class NYM_API Nym_sub_buffer : public Nym_buffer {
  public:
   // The end of a window that runs to the end of its parent.
-  static constexpr int64 NO_END = 0x7FFFFFFFFFFFFFFF;
+  static const int64 NO_END = 0x7FFFFFFFFFFFFFFF;
 
   // An end below the start raises std::invalid_argument
   // "Nym_sub_buffer::Nym_sub_buffer - end value is less than start value".

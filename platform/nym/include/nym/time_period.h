@@ -16,9 +16,11 @@
 #include <cstdint>
 #include <stdexcept>
 
-#include <sys/time.h>  // struct timeval; mingw's is the one <winsock2.h> shares
-
 #include "nym/types.h"
+
+// The C run-time's struct timeval, by name only: include <sys/time.h> (on Windows it is also
+// the one <winsock2.h> declares) to use the conversions.
+struct timeval;
 
 namespace nym {
 
@@ -40,10 +42,10 @@ inline unsigned int nym_narrow_u32(int64 value) {
 
 class NYM_API Nym_time_period {
  public:
-  static constexpr int64 SECONDS_PER_DAY = 86400;
-  static constexpr int64 SECONDS_PER_HOUR = 3600;
-  static constexpr int64 SECONDS_PER_MINUTE = 60;
-  static constexpr int MICROSECONDS_PER_SECOND = 1000000;
+  static const int64 SECONDS_PER_DAY = 86400;
+  static const int64 SECONDS_PER_HOUR = 3600;
+  static const int64 SECONDS_PER_MINUTE = 60;
+  static const int MICROSECONDS_PER_SECOND = 1000000;
 
   // (0, 0) and twelve hours; both exist before any code of the library runs.
   static const Nym_time_period ZERO;

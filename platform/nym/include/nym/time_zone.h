@@ -42,7 +42,7 @@ class NYM_API Nym_time_zone {
     int64 offset;
   };
 
-  static constexpr int ZONE_COUNT = 64;  // rows before the terminator
+  static const int ZONE_COUNT = 64;  // rows before the terminator
 
   // Row 1, GMT.
   static const Nym_time_zone UTC;

@@ -8,10 +8,11 @@
 #ifndef NYM_UNICODE_H
 #define NYM_UNICODE_H
 
-#include "nym/status.h"
 #include "nym/types.h"
 
 namespace nym {
+
+class Nym_status;
 
 // ICU failures as the library reports them (nym_translate_icu_error).
 constexpr unsigned int NYM_S_ICU_INVALID_CHAR = 0xC200009Eu;        // ICU 10
@@ -98,7 +99,8 @@ NYM_API void nym_upper(const Wstring& in, Wstring& out);
 // Whether a code point below the table's end is changed by NFKC; false for the empty string.
 NYM_API bool nym_can_normalize(const Wstring& text);
 // NFKC of the text up to its first NUL. On failure `out` is unchanged and the status holds
-// the code of nym_translate_icu_error; on success the status is not touched.
+// the code of nym_translate_icu_error; on success the status is not touched. These two stand
+// above the status layer (status/icu_status.cpp): include nym/status.h to call them.
 NYM_API void nym_normalize(const Wstring& in, Wstring& out, Nym_status& status);
 // ICU error code to status: 0 clears; 10, 11, 12, 18, 19 give NYM_S_ICU_INVALID_CHAR,
 // NYM_S_ICU_TRUNCATED_CHAR, NYM_S_ICU_ILLEGAL_CHAR, NYM_S_ICU_ILLEGAL_ESCAPE,

@@ -32,6 +32,7 @@ class NYM_API Nym_wstring_buffer : public Nym_buffer {
 
  private:
   static const void* string_bytes(const Nym_buffer& store, uint64& size);
+  static void* string_resize(Nym_buffer& store, uint64 units);
   Wstring& m_string;
 };
 

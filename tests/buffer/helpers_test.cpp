@@ -1,0 +1,120 @@
+// The stream helpers, over inputs that cut their reads short or give nothing.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <tuple>
+
+#include "nym/stream_helpers.h"
+#include "nym/string_buffer.h"
+#include "test_stores.h"
+
+using namespace nym;
+using nym_test::pattern;
+
+namespace {
+
+// An input over fixed bytes, handed out `step` bytes a read (0: nothing and no error, for ever).
+struct Input {
+  explicit Input(const std::string& bytes, uint64 step = 1 << 20, Nym_eol eol = NYM_EOL_ANY)
+      : buffer(new nym_test::Trickle_functor(bytes, step)), stream(buffer, false, status, eol) {}
+  Nym_status status;
+  Nym_func_buffer buffer;
+  Nym_unbuffered_istream stream;
+};
+
+struct Output {
+  explicit Output(bool no_limit = true) : buffer(text, no_limit), stream(buffer, status) {}
+  Nstring text;
+  Nym_status status;
+  Nym_string_buffer buffer;
+  Nym_ostream stream;
+};
+
+const uint64 STEPS[] = {uint64{1} << 20, 3};
+
+}  // namespace
+
+// Copies of the rest or a count from the input's position; the swap always from 0, dropping an
+// odd last byte.
+TEST(StreamHelpersTest, CopyAndSwap) {
+  const std::string data = pattern(200001);
+  const struct {
+    int64 from;
+    bool counted;
+    uint64 count;
+    std::size_t expected;
+  } cases[] = {{199990, false, 0, 11}, {0, true, 0, 0}, {0, true, 65537, 65537}, {5, true, 1000000, 199996}};
+  for (const uint64 step : STEPS) {
+    for (const auto& c : cases) {
+      Input in(data, step);
+      Output out;
+      Nym_status status(0x1234);
+      in.stream.seek(c.from);
+      if (c.counted) nym_copy_stream(in.stream, out.stream, c.count, status);
+      else nym_copy_stream(in.stream, out.stream, status);
+      EXPECT_EQ(std::make_tuple(status.value(), out.text, in.stream.tell()),
+                std::make_tuple(0u, data.substr(static_cast<std::size_t>(c.from), c.expected),
+                                c.from + static_cast<int64>(c.expected)))
+          << c.count << " step " << step;
+    }
+    Input in(data, step);
+    Output out;
+    Nym_status status(0x1234);
+    in.stream.seek(int64{3});
+    nym_swap_stream(in.stream, out.stream, status);
+    std::string expected = data.substr(0, 200000);
+    for (std::size_t i = 0; i < expected.size(); i += 2) std::swap(expected[i], expected[i + 1]);
+    EXPECT_TRUE(status.is_clear() && out.text == expected) << "step " << step;
+  }
+  Output out;
+  Nym_status status;
+  Nym_unbuffered_istream detached;
+  nym_swap_stream(detached, out.stream, status);
+  EXPECT_EQ(status.value(), NYM_S_STREAM_NOT_ATTACHED);
+}
+
+TEST(StreamHelpersTest, CountAndSkipLines) {
+  const struct {
+    std::string text;
+    Nym_eol rule;
+    unsigned int lines;
+  } cases[] = {
+      {"a\r\nb\rc\nd", NYM_EOL_ANY, 3},  // the last line has no end: not counted
+      {std::string(5000, 'x') + "\n" + std::string(2048, 'y') + "\nz\n", NYM_EOL_LF, 3},
+  };
+  for (const auto& c : cases) {
+    for (const uint64 step : {uint64{1} << 20, uint64{1}}) {
+      Input in(c.text, step, c.rule);
+      Nym_status status(0x1234);
+      in.stream.seek(int64{3});  // counting starts at 0 whatever the position
+      const unsigned int lines = nym_count_lines(in.stream, status);
+      EXPECT_EQ(std::make_tuple(lines, status.value(), in.stream.tell()),
+                std::make_tuple(c.lines, 0u, static_cast<int64>(c.text.size())))
+          << c.text.substr(0, 10) << " rule " << c.rule;
+    }
+  }
+  Input in("a\n" + std::string(3000, 'b') + "\nc\nd");
+  Nym_status status(0x1234);
+  nym_skip_lines(in.stream, 2, status);
+  Nstring line;
+  in.stream.readln(10, line, status);
+  EXPECT_TRUE(status.is_clear() && line == "c");
+  nym_skip_lines(in.stream, 5, status);
+  EXPECT_EQ(status.value(), NYM_S_END_OF_DATA) << "running out of lines is reported";
+}
+
+// A stream that neither gives data nor reports an error must not hold a helper for ever.
+TEST(StreamHelpersTest, HelpersEndOnAStreamThatGivesNothing) {
+  Input in("abc\ndef\n", 0);
+  Output out;
+  Nym_status status;
+  Nstring text;
+  Wstring wide;
+  nym_copy_stream(in.stream, out.stream, status);
+  nym_stream_to_string(in.stream, text, status);
+  nym_stream_to_string(in.stream, wide, status);
+  nym_swap_stream(in.stream, out.stream, status);
+  nym_count_lines(in.stream, status);
+  nym_skip_lines(in.stream, 3, status);
+  EXPECT_TRUE(out.text.empty() && text.empty() && wide.empty());
+}
