@@ -13,6 +13,9 @@
 
 namespace nym {
 
+// Defined here so that a caller may bind it to a reference: the DLL exports it.
+const unsigned int Nym_heap_allocator::PAGE_SIZE;
+
 namespace {
 
 constexpr uint64 PAGE = Nym_heap_allocator::PAGE_SIZE;

@@ -53,7 +53,7 @@ NYM_API void nym_memory_allocator_operation_trigger(Nym_memory_allocator_operati
 // to it. Derive from it to place pages elsewhere; every operation is under its own lock.
 class NYM_API Nym_heap_allocator {
  public:
-  static constexpr unsigned int PAGE_SIZE = 65536;
+  static const unsigned int PAGE_SIZE = 65536;
 
   explicit Nym_heap_allocator(unsigned int pages);
   virtual ~Nym_heap_allocator();
