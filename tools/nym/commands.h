@@ -30,6 +30,7 @@ int run_detect(const Words& words);
 int run_reg(const Words& words);
 int run_sid(const Words& words);
 int run_path(const Words& words);
+int run_profile(const Words& words);
 int run_run(const Words& words);
 int run_status(const Words& words);
 
