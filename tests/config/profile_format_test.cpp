@@ -5,23 +5,15 @@
 #include <string>
 
 #include "config/profile_format.h"
+#include "profile_test_support.h"
 #include "nym/string_buffer.h"
-#include "nym/unicode.h"
 
 using namespace nym;
 using impl::Profile_entry;
 
 namespace {
 
-// Little-endian bytes of 16-bit text.
-std::string bytes_of(const Wstring& text) {
-  std::string out;
-  for (Wchar c : text) {
-    out += static_cast<char>(c & 0xFF);
-    out += static_cast<char>(c >> 8);
-  }
-  return out;
-}
+using nym_test::bytes_of;
 
 struct Scan {
   std::vector<Wstring> names;
@@ -53,8 +45,7 @@ std::string rewrite(std::string bytes) {
   Nym_string_buffer buffer(out, true);
   int64 end = 0;
   impl::profile_write(buffer, false, sections, end, status);
-  EXPECT_TRUE(status.ok());
-  EXPECT_EQ(end, static_cast<int64>(out.size()));
+  EXPECT_TRUE(status.ok() && end == static_cast<int64>(out.size()));
   return out;
 }
 
@@ -68,20 +59,16 @@ Wstring random_text(std::mt19937& rng, std::size_t max) {
 }  // namespace
 
 TEST(ProfileFormatTest, UnescapeAndEscapeTable) {
-  struct Case {
-    Wstring written;
-    Wstring means;
-  };
+  using Case = std::pair<Wstring, Wstring>;  // written, meaning
   const Case unescape[] = {
       {u"a\\=b\\0Ac", u"a=b\nc"}, {u"\\0D\\5C", u"\r\\"},  {u"x\\", u"x\\"},   {u"\\0", u"\\0"},
       {u"\\0a", u"\\0a"},         {u"\\5Cx", u"\\x"},       {u"\\q=", u"\\q="}, {u"\\\\=", u"\\="},
   };
-  for (const Case& c : unescape) EXPECT_EQ(impl::profile_unescape(c.written), c.means) << bytes_of(c.written);
+  for (const Case& c : unescape) EXPECT_EQ(impl::profile_unescape(c.first), c.second) << bytes_of(c.first);
   const Case escape[] = {
-      {u"a\\=b\\0Ac\\0D", u"a=b\nc\r"}, {u"\\5C=", u"\\="}, {u"\\5C0A", u"\\0A"},
-      {u"x\\", u"x\\"},                 {u"\\q", u"\\q"},   {u"\\\\0A", u"\\\n"},
+      {u"a\\=b\\0Ac\\0D", u"a=b\nc\r"}, {u"\\5C=", u"\\="}, {u"\\5C0A", u"\\0A"}, {u"\\\\0A", u"\\\n"},
   };
-  for (const Case& c : escape) EXPECT_EQ(impl::profile_escape(c.means), c.written) << bytes_of(c.means);
+  for (const Case& c : escape) EXPECT_EQ(impl::profile_escape(c.second), c.first) << bytes_of(c.second);
   // A key's backslash before the separating or an escaped '=' is spelled out.
   EXPECT_EQ(impl::profile_escape_key(u"k\\"), u"k\\5C");
   EXPECT_EQ(impl::profile_escape_key(u"k\\=1"), u"k\\5C\\=1");
@@ -103,44 +90,13 @@ TEST(ProfileFormatTest, SplitTable) {
     EXPECT_EQ(key, c.key) << bytes_of(c.line);
     EXPECT_EQ(value, c.value) << bytes_of(c.line);
   }
-  EXPECT_TRUE(impl::profile_is_entry(u"k"));
-  EXPECT_FALSE(impl::profile_is_entry(u";k"));
-  EXPECT_FALSE(impl::profile_is_entry(u""));
 }
 
-TEST(ProfileFormatTest, HeaderTable) {
-  const std::pair<Wstring, const char16_t*> cases[] = {
-      {u"[a]", u"a"},  {u"[]", u""},           {u"[", nullptr},         {u"]", nullptr},
-      {u"a]", nullptr}, {u"\uFEFF[x]", u"x"}, {u"[ a [b] ]", u" a [b] "}, {u"\uFEFF]", nullptr},
-  };
-  for (const auto& c : cases) {
-    Wstring name = u"stale";
-    EXPECT_EQ(impl::profile_header(c.first, name), c.second != nullptr) << bytes_of(c.first);
-    if (c.second != nullptr) {
-      EXPECT_EQ(name, c.second);
-    }
-  }
-}
-
-// Every text comes back from its escape; a line made of an escaped key and value splits into
-// them, whenever the trim and the comment rule leave them alone.
-TEST(ProfileFormatTest, EscapeRoundTripsOnRandomText) {
+TEST(ProfileFormatTest, LineRulesHoldOnRandomText) {
   std::mt19937 rng(2208);
   for (int i = 0; i < 20000; ++i) {
-    const Wstring key = random_text(rng, 8);
-    const Wstring value = random_text(rng, 8);
-    ASSERT_EQ(impl::profile_unescape(impl::profile_escape(value)), value) << bytes_of(value);
-    ASSERT_EQ(impl::profile_unescape(impl::profile_escape_key(key)), key) << bytes_of(key);
-    Wstring trimmed_key = key, trimmed_value = value;
-    nym_trim(trimmed_key);
-    nym_trim(trimmed_value);
-    if (trimmed_key != key || trimmed_value != value || impl::profile_is_comment(key)) continue;
-    const Wstring line = impl::profile_entry_line({key, value});
-    ASSERT_EQ(line.find_first_of(u"\r\n"), Wstring::npos) << bytes_of(line);
-    Wstring k, v;
-    impl::profile_split_line(line, k, v);
-    ASSERT_EQ(k, key) << bytes_of(line);
-    ASSERT_EQ(v, value) << bytes_of(line);
+    const Wstring text = random_text(rng, 16);
+    ASSERT_TRUE(nym_test::profile_rules_hold(text)) << bytes_of(text);
   }
 }
 
@@ -163,6 +119,7 @@ TEST(ProfileFormatTest, LineEndsOtherThanCrLfListSectionsAndEndTheBodyRead) {
       {"empty", "", {}, 0},
       {"one line", long_line, {u"a"}, 1},
       {"header last", bytes_of(u"x\n[a]"), {u"a"}, 0},
+      {"brackets", bytes_of(u"[\r\n]\r\n[]x\r\n\uFEFF]\r\n [ a [b] ] \r\n"), {u" a [b] "}, 0},
   };
   for (const Case& c : cases) {
     const Scan s = scan(c.bytes);
@@ -177,10 +134,8 @@ TEST(ProfileFormatTest, LineEndsOtherThanCrLfListSectionsAndEndTheBodyRead) {
 
 TEST(ProfileFormatTest, SectionBodyStopsAtTheNextHeaderAndKeepsEveryLine) {
   const Scan s = scan(bytes_of(u"pre=1\r\n[A]\r\n; note\r\n\r\nk = v\r\n=x\r\n[b]\r\nz=1\r\n[a]\r\nlater=1\r\n"));
-  ASSERT_EQ(s.names, (std::vector<Wstring>{u"A", u"b", u"a"}));
   EXPECT_EQ(s.offsets, (std::vector<int64>{14, 66, 86}));
-  const std::vector<Profile_entry> body = {{u"; note", u""}, {u"", u""}, {u"k", u"v"}, {u"", u"x"}};
-  EXPECT_EQ(s.entries, body);
+  EXPECT_EQ(s.entries, (std::vector<Profile_entry>{{u"; note", u""}, {u"", u""}, {u"k", u"v"}, {u"", u"x"}}));
 }
 
 // Blank lines, one-unit lines and lines before the first header go; comments stay; a file the
@@ -193,23 +148,5 @@ TEST(ProfileFormatTest, EditorLoadDropsWhatItMustAndRewritesItsOwnFilesExactly) 
   const std::string once = rewrite(messy);
   EXPECT_EQ(once, expected);
   EXPECT_EQ(rewrite(once), once);
-  const Scan s = scan(once);
-  EXPECT_EQ(s.names, (std::vector<Wstring>{u"one", u"two", u"three"}));
-  EXPECT_EQ(s.entries, (std::vector<Profile_entry>{{u"; kept", u""}, {u"k", u"a=b\nc"}, {u"", u""}}));
-}
-
-TEST(ProfileFormatTest, ReadLineJoinsPiecesAndKeepsAnUnendedLastLine) {
-  std::string bytes = bytes_of(Wstring(3000, u'x') + u"\r\nlast");
-  Nym_string_buffer buffer(bytes, true);
-  Nym_status status;
-  Nym_buffered_istream input(buffer, false, status, NYM_EOL_ANY);
-  Wstring line;
-  impl::profile_read_line(input, true, line, status);
-  EXPECT_TRUE(status.ok());
-  EXPECT_EQ(line.size(), 3000u);
-  impl::profile_read_line(input, false, line, status);
-  EXPECT_TRUE(status.ok());
-  EXPECT_EQ(line, u"last");
-  impl::profile_read_line(input, true, line, status);
-  EXPECT_EQ(status, NYM_S_END_OF_DATA);
+  EXPECT_EQ(scan(once).entries, (std::vector<Profile_entry>{{u"; kept", u""}, {u"k", u"a=b\nc"}, {u"", u""}}));
 }

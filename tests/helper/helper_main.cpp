@@ -234,20 +234,18 @@ nym::Wstring g_fault_path;
 unsigned long long g_fault_bytes = 0;
 
 nym::uint64 cut_write(const nym::Wstring& path, nym::uint64 count, bool& stop) {
-  if (path != g_fault_path) return count;
-  if (count <= g_fault_bytes) {
-    g_fault_bytes -= count;
+  if (path != g_fault_path || count <= g_fault_bytes) {
+    g_fault_bytes -= path == g_fault_path ? count : 0;
     return count;
   }
   stop = true;
   return g_fault_bytes;
 }
 
-// profile-crash <path> <moment> <bytes>: two commits on the profile at <path>, each inserting an
-// entry at the head of its first section (k1=v1, then k2=3000 x's), and a death in the second:
-// "backup" after <bytes> bytes written to the backup, "write" after <bytes> bytes written to the
-// profile, "commit" after the commit, "close" after close. Exit codes: 70 died as asked (the
-// write fault's own code); 10 the profile did not open; 11 an operation failed; 12 lived on.
+// profile-crash <path> <moment> <bytes>: two commits, inserting k1=v1 and then k2=3000 x's at the
+// head of the first section, dying in the second: after <bytes> bytes to the backup ("backup")
+// or to the profile ("write"), or after the commit ("commit"). Exit codes: 70 died as asked; 10
+// the profile did not open; 11 an operation failed; 12 lived on.
 int profile_crash(const Args& args) {
   nym::Wstring path;
   nym::nym_utf8_to_utf16(args[0].c_str(), path);
@@ -260,17 +258,14 @@ int profile_crash(const Args& args) {
     profile.reset_section_position(status);
     if (status.ok()) profile.insert_entry(edit, status);
     if (status.is_error()) return 11;
-    if (&edit == &edits[1]) {
-      if (args[1] == "backup" || args[1] == "write") {
-        g_fault_path = args[1] == "backup" ? path + u".bak" : path;
-        nym::impl::nym_set_write_fault(cut_write);
-      }
+    if (&edit == &edits[1] && (args[1] == "backup" || args[1] == "write")) {
+      g_fault_path = args[1] == "backup" ? path + u".bak" : path;
+      nym::impl::nym_set_write_fault(cut_write);
     }
     profile.commit_changes(status);
     if (status.is_error()) return 11;
   }
-  if (args[1] == "close") profile.close(status);
-  if (args[1] == "commit" || args[1] == "close") TerminateProcess(GetCurrentProcess(), 70);
+  if (args[1] == "commit") TerminateProcess(GetCurrentProcess(), 70);
   return 12;
 }
 #endif
@@ -293,7 +288,7 @@ const Command COMMANDS[] = {
     {"file-lock-hold", 6, file_lock_hold,
      "file-lock-hold <path> <shared|exclusive> <start> <length> <ready-handle> <release-handle>"},
     {"file-lock-try", 4, file_lock_try, "file-lock-try <path> <shared|exclusive> <start> <length>"},
-    {"profile-crash", 3, profile_crash, "profile-crash <path> <backup|write|commit|close> <bytes>"},
+    {"profile-crash", 3, profile_crash, "profile-crash <path> <backup|write|commit> <bytes>"},
 #endif
 };
 
