@@ -6,12 +6,20 @@
 #include <string>
 #include <vector>
 
+namespace nym {
+class Nym_status;
+}
+
 namespace nym_tool {
 
 using Words = std::vector<std::string>;
 
 // UTF-16 text of the library as UTF-8 for the console.
 std::string utf8(const std::u16string& text);
+// Text of the console (UTF-8) as UTF-16.
+std::u16string wide(const std::string& text);
+// "nym <command>: " and the status in words, newest first, on stderr; answers 1.
+int report(const char* command, const nym::Nym_status& status);
 // The whole file, or false with errno's text in `error`.
 bool read_whole_file(const std::string& path, std::string& bytes, std::string& error);
 

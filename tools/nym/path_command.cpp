@@ -12,12 +12,6 @@ namespace nym_tool {
 
 namespace {
 
-nym::Wstring wide(const std::string& utf8) {
-  nym::Wstring text;
-  nym::nym_string_append(text, utf8.c_str());
-  return text;
-}
-
 std::string narrow(const nym::Wstring& text) {
   std::string utf8;
   nym::nym_string_append(utf8, text.c_str());

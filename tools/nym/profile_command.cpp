@@ -4,28 +4,14 @@
 #include <cstdio>
 
 #include "commands.h"
-#include "nym/messages.h"
 #include "nym/profile_access.h"
 #include "nym/profile_reader.h"
-#include "nym/string_basic.h"
 
 namespace nym_tool {
 
 namespace {
 
-nym::Wstring wide(const std::string& text) {
-  nym::Wstring out;
-  nym::nym_string_append(out, text.c_str());
-  return out;
-}
-
-int report(const nym::Nym_status& status) {
-  nym::Nym_status_lookup::initialise_message_list({"nym"});
-  nym::Wstring words;
-  nym::Nym_status_lookup::to_string(status, words);
-  std::fprintf(stderr, "nym profile: %s\n", utf8(words).c_str());
-  return 1;
-}
+int report(const nym::Nym_status& status) { return nym_tool::report("profile", status); }
 
 int sections(const nym::Wstring& file) {
   nym::Nym_status status;

@@ -40,12 +40,6 @@ void append_argument(std::u16string& line, const std::u16string& arg) {
   line += u'"';
 }
 
-std::u16string wide(const std::string& text) {
-  std::u16string out;
-  nym::nym_string_append(out, text.c_str());
-  return out;
-}
-
 void print_status(const nym::Nym_status& status) {
   nym::Nym_status_lookup::initialise_message_list({"nym"});
   std::u16string text;

@@ -278,13 +278,21 @@ void Nym_profile_access::set_current_section(const Wstring& name, Nym_status& st
   m_entry = entries().begin();
 }
 
-void Nym_profile_access::reset_section_position(Nym_status& status) {
+bool Nym_profile_access::check_navigation(Nym_status& status) const {
   status.clear();
-  if (!check_open(status)) return;
-  if (!has_section()) {
-    status = NYM_S_NO_CURRENT_SECTION;
-    return;
-  }
+  if (!check_open(status)) return false;
+  if (!has_section()) status = NYM_S_NO_CURRENT_SECTION;
+  return status.ok();
+}
+
+bool Nym_profile_access::check_item(Nym_status& status) const {
+  if (!check_navigation(status)) return false;
+  if (m_entry == entries().end()) no_such_entry(status);
+  return status.ok();
+}
+
+void Nym_profile_access::reset_section_position(Nym_status& status) {
+  if (!check_navigation(status)) return;
   m_entry = entries().begin();
   skip_non_entries();
 }
@@ -298,41 +306,17 @@ bool Nym_profile_access::end_of_entries() const {
 }
 
 void Nym_profile_access::get_current_entry(std::pair<Wstring, Wstring>& entry, Nym_status& status) const {
-  status.clear();
-  if (!check_open(status)) return;
-  if (!has_section()) {
-    status = NYM_S_NO_CURRENT_SECTION;
-    return;
-  }
-  if (m_entry == entries().end()) {
-    no_such_entry(status);
-    return;
-  }
-  entry = *m_entry;
+  if (check_item(status)) entry = *m_entry;
 }
 
 void Nym_profile_access::move_to_next_entry(Nym_status& status) {
-  status.clear();
-  if (!check_open(status)) return;
-  if (!has_section()) {
-    status = NYM_S_NO_CURRENT_SECTION;
-    return;
-  }
-  if (m_entry == entries().end()) {
-    no_such_entry(status);
-    return;
-  }
+  if (!check_item(status)) return;
   ++m_entry;
   skip_non_entries();
 }
 
 void Nym_profile_access::move_to_key(const Wstring& key, Nym_status& status) {
-  status.clear();
-  if (!check_open(status)) return;
-  if (!has_section()) {
-    status = NYM_S_NO_CURRENT_SECTION;
-    return;
-  }
+  if (!check_navigation(status)) return;
   auto at = m_entry;
   while (at != entries().end() && !impl::profile_same_name(at->first, key)) ++at;
   if (at == entries().end()) {
@@ -351,11 +335,7 @@ void Nym_profile_access::insert_entry(const std::pair<Wstring, Wstring>& entry, 
 
 void Nym_profile_access::delete_entry(Nym_status& status) {
   status.clear();
-  if (!check_edit(status, true)) return;
-  if (m_entry == entries().end()) {
-    no_such_entry(status);
-    return;
-  }
+  if (!check_edit(status, true) || !check_item(status)) return;
   m_entry = entries().erase(m_entry);
   m_dirty = true;
 }

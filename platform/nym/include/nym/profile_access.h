@@ -117,9 +117,12 @@ class NYM_API Nym_profile_access {
   void restore_backup_file(Nym_status& status);
   void delete_backup_file(Nym_status& status);
 
-  // The checks the operations share; each clears nothing.
+  // The checks the operations share. Only the navigation's clear the status first.
   bool check_open(Nym_status& status) const;
   bool check_edit(Nym_status& status, bool needs_section) const;
+  bool check_navigation(Nym_status& status) const;
+  // check_navigation, then NYM_S_NO_SUCH_ENTRY at the list's end.
+  bool check_item(Nym_status& status) const;
   bool has_section() const { return m_current < m_sections.size(); }
   Entries& entries() const;
   std::size_t find_section(const Wstring& name) const;
