@@ -27,16 +27,29 @@ class File_test : public testing::Test {
             wide(std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++serial)) + u"\\";
     ASSERT_TRUE(CreateDirectoryW(win(m_dir), nullptr));
   }
-  void TearDown() override {
+  void TearDown() override { remove_tree(m_dir); }
+
+  // Everything below `dir` (which ends in a separator), read-only files too and links as
+  // names, then `dir` itself.
+  static void remove_tree(const nym::Wstring& dir) {
     WIN32_FIND_DATAW found;
-    const HANDLE listing = FindFirstFileW(win(m_dir + u"*"), &found);
+    const HANDLE listing = FindFirstFileW(win(dir + u"*"), &found);
     if (listing != INVALID_HANDLE_VALUE) {
       do {
-        DeleteFileW(win(m_dir + reinterpret_cast<const char16_t*>(found.cFileName)));  // fails on . and ..
+        const nym::Wstring name = reinterpret_cast<const char16_t*>(found.cFileName);
+        if (name == u"." || name == u"..") continue;
+        const nym::Wstring entry = dir + name;
+        SetFileAttributesW(win(entry), FILE_ATTRIBUTE_NORMAL);
+        const DWORD kind = found.dwFileAttributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT);
+        if (kind == FILE_ATTRIBUTE_DIRECTORY) {
+          remove_tree(entry + u"\\");
+        } else if (!DeleteFileW(win(entry))) {
+          RemoveDirectoryW(win(entry));
+        }
       } while (FindNextFileW(listing, &found));
       FindClose(listing);
     }
-    RemoveDirectoryW(win(m_dir));
+    RemoveDirectoryW(win(dir));
   }
 
   nym::Wstring path(const char* name) const { return m_dir + wide(name); }

@@ -16,8 +16,8 @@ using Words = std::vector<std::string>;
 
 // UTF-16 text of the library as UTF-8 for the console.
 std::string utf8(const std::u16string& text);
-// Text of the console (UTF-8) as UTF-16.
-std::u16string wide(const std::string& text);
+// UTF-8 words of the command line as the library's text.
+std::u16string wide(const std::string& utf8);
 // "nym <command>: " and the status in words, newest first, on stderr; answers 1.
 int report(const char* command, const nym::Nym_status& status);
 // The whole file, or false with errno's text in `error`.
@@ -35,6 +35,8 @@ int run_convert(const Words& words);
 int run_crc(const Words& words);
 int run_date(const Words& words);
 int run_detect(const Words& words);
+int run_find(const Words& words);
+int run_ls(const Words& words);
 int run_reg(const Words& words);
 int run_sid(const Words& words);
 int run_path(const Words& words);

@@ -22,6 +22,12 @@ const nym_tool::Command COMMANDS[] = {
      nym_tool::run_date},
     {"detect", "nym detect [--tolerance N] FILE", "tell whether a file is UTF-8 or UTF-16, its byte order and mark",
      nym_tool::run_detect},
+    {"find", "nym find NAME [SEARCHPATH]",
+     "the first file NAME along a search path (default PATH), or every file of *.EXT in each directory",
+     nym_tool::run_find},
+    {"ls", "nym ls [--recurse] DIR [MASK]",
+     "the entries of a directory that match a mask, directories with a trailing \\; --recurse walks below",
+     nym_tool::run_ls},
     {"path", "nym path [--relative-to BASE] PATH...",
      "the parts of each path (drive, UNC, directory, filename, base, extension, levels) and its simplified "
      "form, or each path relative to BASE",

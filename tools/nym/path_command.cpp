@@ -12,19 +12,13 @@ namespace nym_tool {
 
 namespace {
 
-std::string narrow(const nym::Wstring& text) {
-  std::string utf8;
-  nym::nym_string_append(utf8, text.c_str());
-  return utf8;
-}
-
 // One line; a part the library refuses to give (\\srv has no share, so no UNC) shows why.
 template <class F>
 void print_part(const char* name, F part) {
   std::string value;
   try {
     const nym::Wstring text = part();
-    value = text.empty() ? "(none)" : narrow(text);
+    value = text.empty() ? "(none)" : utf8(text);
   } catch (const std::exception& e) {
     value = std::string("(") + e.what() + ")";
   }
@@ -68,7 +62,7 @@ int run_path(const Words& words) {
     try {
       if (relative) {
         const nym::Nym_path path(wide(words[k]));
-        std::printf("%s\n", narrow(path.relative_to(wide(words[1]))).c_str());
+        std::printf("%s\n", utf8(path.relative_to(wide(words[1]))).c_str());
       } else {
         print_parts(words[k]);
       }

@@ -15,10 +15,10 @@ std::string utf8(const std::u16string& text) {
   return out;
 }
 
-std::u16string wide(const std::string& text) {
-  std::u16string out;
-  nym::nym_string_append(out, text.c_str());
-  return out;
+std::u16string wide(const std::string& utf8) {
+  std::u16string text;
+  nym::nym_string_append(text, utf8.c_str());
+  return text;
 }
 
 int report(const char* command, const nym::Nym_status& status) {

@@ -3,7 +3,6 @@
 
 #include <exception>
 
-#include "config/profile_files.h"
 #include "config/profile_format.h"
 #include "nym/file_buffer.h"
 #include "nym/path.h"
@@ -167,7 +166,7 @@ void Nym_profile_access::create_backup_file(Nym_status& status) {
   const bool first = m_backup_path.empty();
   if (!first) {
     older = older_name(m_backup_path);
-    if (!older.empty()) impl::profile_move_file(m_backup_path, older, status);
+    if (!older.empty()) Nym_file::move(m_backup_path, older, status);
     if (status.is_error()) older.clear();
     status.clear();
   } else {
@@ -183,15 +182,15 @@ void Nym_profile_access::create_backup_file(Nym_status& status) {
 
   Nym_status local;
   if (status.is_error()) {
-    impl::profile_remove_file(m_backup_path, local);
+    Nym_file::remove(m_backup_path, local);
     if (local.ok() && !older.empty()) {
-      impl::profile_move_file(older, m_backup_path, local);
+      Nym_file::move(older, m_backup_path, local);
       if (local.ok()) older.clear();
     } else if (local.ok() && first) {
       m_backup_path.clear();  // no backup exists: rollback must not look for one
     }
   }
-  if (!older.empty()) impl::profile_remove_file(older, local);
+  if (!older.empty()) Nym_file::remove(older, local);
 }
 
 void Nym_profile_access::restore_backup_file(Nym_status& status) {
@@ -209,7 +208,7 @@ void Nym_profile_access::restore_backup_file(Nym_status& status) {
   if (status.ok()) m_file.seek(end, status);
   if (status.ok()) m_file.truncate(status);
   if (status.is_error()) return;
-  impl::profile_remove_file(m_backup_path, status);
+  Nym_file::remove(m_backup_path, status);
   m_backup_path.clear();
   m_backup_only_copy = false;
   status.clear();
@@ -218,7 +217,7 @@ void Nym_profile_access::restore_backup_file(Nym_status& status) {
 void Nym_profile_access::delete_backup_file(Nym_status& status) {
   status.clear();
   if (m_backup_path.empty()) return;
-  impl::profile_remove_file(m_backup_path, status);
+  Nym_file::remove(m_backup_path, status);
   if (status.ok()) m_backup_path.clear();
 }
 

@@ -34,6 +34,11 @@ class Nym_security;
 constexpr unsigned int NYM_S_EMPTY_FILE_NAME = 0xC200001Du;        // argument: the path
 constexpr unsigned int NYM_S_FILE_NOT_FOUND = 0xC200001Eu;         // must exist, and doesn't; argument: the path
 constexpr unsigned int NYM_S_NOT_A_FILE = 0xC200001Fu;             // a directory, device or pipe; argument: the path
+constexpr unsigned int NYM_S_COPY_INTO_ITSELF = 0xC2000020u;       // arguments: from directory, to directory
+constexpr unsigned int NYM_S_TARGET_EXISTS = 0xC2000021u;          // argument: the path
+constexpr unsigned int NYM_S_COPY_FAILED = 0xC2000022u;            // above the cause; arguments: from, to
+constexpr unsigned int NYM_S_MOVE_FAILED = 0xC2000023u;            // above the cause; arguments: from, to
+constexpr unsigned int NYM_S_REMOVE_FAILED = 0xC2000024u;          // above the cause; argument: the path
 constexpr unsigned int NYM_S_REPLACE_NEEDS_WRITE = 0xC2000025u;    // NYM_FILE_REPLACE without write access
 constexpr unsigned int NYM_S_FILE_OPEN_FAILED = 0xC2000026u;       // above the cause; argument: the path
 constexpr unsigned int NYM_S_SEEK_FAILED = NYM_S_SIZE_UNKNOWN;     // 0xC2000027, above the system's code
@@ -159,6 +164,43 @@ class NYM_API Nym_file {
   static void creation_time(const Wstring& path, Nym_date_and_time& time);
   static void last_accessed_time(const Wstring& path, Nym_date_and_time& time);
   static void last_modified_time(const Wstring& path, Nym_date_and_time& time);
+
+  // Operations on names. Each clears the status first and reports its own code with its
+  // arguments on top of the cause.
+
+  // Copies a regular file: NYM_S_COPY_FAILED (from, to) on top of NYM_S_EMPTY_FILE_NAME (the
+  // later empty path), NYM_S_FILE_NOT_FOUND (from), NYM_S_NOT_A_FILE (from, also when `to` is
+  // a directory or device), NYM_S_TARGET_EXISTS (to) without overwrite, or the system's code.
+  static void copy(const Wstring& from, const Wstring& to, bool overwrite, Nym_status& status);
+  // Copies the files of from_dir that match the mask into to_dir, as copy does; with `recurse`
+  // the matching subdirectories too (the mask picks them as well), creating what is missing.
+  // Links to directories are not entered. A recursive copy into from_dir itself or below it is
+  // refused with NYM_S_COPY_INTO_ITSELF (from_dir, to_dir) before anything is copied. Stops at
+  // the first failure; a from_dir that can't be read copies nothing and reports nothing.
+  static void copy_files(const Wstring& from_dir, const Wstring& mask, const Wstring& to_dir, bool recurse,
+                         bool overwrite, Nym_status& status);
+  // Moves (renames) a regular file, as copy reports, with NYM_S_MOVE_FAILED on top; anything at
+  // `to` gives NYM_S_TARGET_EXISTS.
+  static void move(const Wstring& from, const Wstring& to, Nym_status& status);
+  // Deletes the files that match a path whose last part may hold wildcards (directories are
+  // passed over; nothing matching is no error), clearing a read-only mark first when asked.
+  // NYM_S_REMOVE_FAILED with the given path, on top of NYM_S_REMOVE_FAILED with the entry's
+  // path on top of the system's code; the first failure ends it.
+  static void remove(const Wstring& path, Nym_status& status, bool clear_read_only = false,
+                     bool case_sensitive = false);
+  // Deletes a file; one that a sharing violation (32) holds back is put on a list of the
+  // process, and every call tries each path on the list once more, keeping only those that
+  // are still held. The status is the first attempt's. The list lives in memory only.
+  static void retry_remove(const Wstring& path, Nym_status& status);
+  // Creates an empty file, or empties one, unshared; unbuffered writes it through. Reports as
+  // open.
+  static void create_empty_file(const Wstring& path, Nym_status& status, bool unbuffered = false);
+  // A path in the directory (empty: Nym_directory::temp_directory()) with the extension that
+  // nothing lies at yet: pid<process id>_<number>.<extension>. The file isn't created, so
+  // another process may take the name first. Raises std::runtime_error "Nym_file::temp_name -
+  // no free name." once all ten million numbers are taken.
+  static Wstring temp_name(const Wstring& directory, const Wstring& extension);
+  static Wstring temp_name(const Wstring& extension);
 
   // For callers who make temporary files: no operation of this library takes it.
   static Nym_read_write_semaphore m_temp_lock;

@@ -39,6 +39,7 @@
 #include "nym/stream_helpers.h"
 #include "nym/string_basic.h"
 #include "nym/string_buffer.h"
+#include "nym/string_match.h"
 #include "nym/sub_buffer.h"
 #include "nym/thread.h"
 #include "nym/time.h"
@@ -53,6 +54,7 @@
 
 #if defined(_WIN32)
 #include "nym/acl.h"
+#include "nym/directory.h"
 #include "nym/file.h"
 #include "nym/file_buffer.h"
 #include "nym/message_queue.h"
