@@ -40,10 +40,8 @@ TEST_F(ProfileTest, ReaderListsSectionsAndNavigatesAsTold) {
   Nym_status status;
   Nym_profile_reader reader(ini(), status);
   Names names{u"kept"};
-  reader.get_section_list(names, status);
-  reader.get_section_list(names, status);
-  const Names once{u"General", u"", u"Empty", u"general"};
-  EXPECT_EQ(names, (Names{u"kept", once[0], once[1], once[2], once[3], once[0], once[1], once[2], once[3]}));
+  reader.get_section_list(names, status);  // appends
+  EXPECT_EQ(names, (Names{u"kept", u"General", u"", u"Empty", u"general"}));
 
   reader.set_current_section(u"GENERAL", status);
   Entry entry;
@@ -154,11 +152,7 @@ TEST_F(ProfileTest, CommitsRotateOneBackupAndRollbackRestoresTheContentBefore) {
   ASSERT_TRUE(status.ok());
   EXPECT_EQ(take(ini() + u".bak"), "(missing)");
   profile.insert_entry({u"c", u"3"}, status);
-  profile.rollback(status);  // no backup left: the edit goes
-  Entry entry;
-  profile.reset_section_position(status);
-  profile.get_current_entry(entry, status);
-  EXPECT_EQ(entry, Entry(u"a", u"1"));
+  profile.rollback(status);  // no backup left: the edit goes, so close writes nothing
   profile.close(status);
   EXPECT_EQ(take(ini()), first);
 }
@@ -206,10 +200,7 @@ TEST_F(ProfileTest, ACrashAtEachMomentOfACommitLeavesWhatItPromises) {
   // The two commits of the helper: k1=v1, then k2 before it.
   const std::string after_first = bytes_of(u"\uFEFF[s]\r\nk1=v1\r\nk=v\r\n\r\n");
   const std::string after_second = bytes_of(u"\uFEFF[s]\r\nk2=" + Wstring(3000, u'x') + u"\r\nk1=v1\r\nk=v\r\n\r\n");
-  struct Row {
-    const char* moment;
-    std::string profile, backup, older;
-  };
+  struct Row { const char* moment; std::string profile, backup, older; };
   const std::size_t cut = 30;
   const Row rows[] = {
       {"backup", after_first, after_first.substr(0, cut), original},

@@ -9,14 +9,9 @@
 
 namespace nym_test {
 
-// Little-endian bytes of 16-bit text.
+// The bytes of 16-bit text as it stands in memory: little-endian on both builds.
 inline std::string bytes_of(const nym::Wstring& text) {
-  std::string out;
-  for (nym::Wchar c : text) {
-    out += static_cast<char>(c & 0xFF);
-    out += static_cast<char>(c >> 8);
-  }
-  return out;
+  return std::string(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(nym::Wchar));
 }
 
 // Escapes undo; a line of a key and a value (no white space at their ends, no comment) splits
