@@ -1,6 +1,8 @@
 // The profile line rules and whole-file reads and writes, over any Nym_buffer.
 #include "config/profile_format.h"
 
+#include <algorithm>
+
 #include "nym/unicode.h"
 #include "nym/utf.h"
 
@@ -34,9 +36,12 @@ void append_escaped_unit(Wstring& out, Wchar c) {
   }
 }
 
-Wstring escape(const Wstring& text, bool key) {
-  Wstring out;
-  out.reserve(text.size() + text.size() / 10);
+// Appends the written form of `text` to `out`.
+void escape(const Wstring& text, bool key, Wstring& out) {
+  if (std::none_of(text.begin(), text.end(), [](Wchar c) { return c == BACKSLASH || c == EQUALS || c == LF || c == CR; })) {
+    out += text;
+    return;
+  }
   const std::size_t n = text.size();
   for (std::size_t i = 0; i < n; ++i) {
     const Wchar c = text[i];
@@ -66,11 +71,11 @@ Wstring escape(const Wstring& text, bool key) {
       out += c;
     }
   }
-  return out;
 }
 
-// Reads lines until the end of the data (cleared) or an error (left). `each` gets the line,
-// the position it started at and the position after it, and answers false to stop.
+// Reads lines until the end of the data (cleared) or an error (left). `each` gets the line (its
+// own to change), the position it started at and the position after it, and answers false to
+// stop.
 template <class Each>
 void for_each_line(Nym_istream& input, bool wide, Nym_status& status, Each each) {
   Wstring line;
@@ -86,6 +91,17 @@ void for_each_line(Nym_istream& input, bool wide, Nym_status& status, Each each)
     if (!each(line, start, input.tell())) return;
   }
   if (status == NYM_S_END_OF_DATA) status.clear();
+}
+
+// [from, to) trimmed as nym_trim trims, then unescaped, without a copy where nothing is escaped.
+void trimmed_unescape(const Wchar* from, const Wchar* to, Wstring& out) {
+  while (to != from && nym_is_space(to[-1])) --to;
+  while (from != to && nym_is_space(*from)) ++from;
+  if (std::find(from, to, BACKSLASH) == to) {
+    out.assign(from, to);
+  } else {
+    out = profile_unescape(Wstring(from, to));
+  }
 }
 
 bool reader_header(Wstring line, Wstring& name) {
@@ -128,9 +144,19 @@ Wstring profile_unescape(const Wstring& text) {
   return out;
 }
 
-Wstring profile_escape(const Wstring& text) { return escape(text, false); }
+Wstring profile_escape(const Wstring& text) {
+  Wstring out;
+  out.reserve(text.size() + text.size() / 10);
+  escape(text, false, out);
+  return out;
+}
 
-Wstring profile_escape_key(const Wstring& text) { return escape(text, true); }
+Wstring profile_escape_key(const Wstring& text) {
+  Wstring out;
+  out.reserve(text.size() + text.size() / 10);
+  escape(text, true, out);
+  return out;
+}
 
 void profile_split_line(const Wstring& line, Wstring& key, Wstring& value) {
   if (profile_is_comment(line)) {
@@ -145,19 +171,29 @@ void profile_split_line(const Wstring& line, Wstring& key, Wstring& value) {
       break;
     }
   }
-  Wstring k = line.substr(0, split);
-  Wstring v = split == Wstring::npos ? Wstring() : line.substr(split + 1);
-  nym_trim(k);
-  nym_trim(v);
-  key = profile_unescape(k);
-  value = profile_unescape(v);
+  const Wchar* text = line.data();
+  if (split == Wstring::npos) {
+    trimmed_unescape(text, text + line.size(), key);
+    value.clear();
+  } else {
+    trimmed_unescape(text, text + split, key);
+    trimmed_unescape(text + split + 1, text + line.size(), value);
+  }
+}
+
+void profile_append_entry_line(const Profile_entry& entry, Wstring& out) {
+  if (profile_is_comment(entry.first)) {
+    out += entry.first;
+    return;
+  }
+  escape(entry.first, true, out);
+  out += EQUALS;
+  escape(entry.second, false, out);
 }
 
 Wstring profile_entry_line(const Profile_entry& entry) {
-  if (profile_is_comment(entry.first)) return entry.first;
-  Wstring line = profile_escape_key(entry.first);
-  line += EQUALS;
-  line += profile_escape(entry.second);
+  Wstring line;
+  profile_append_entry_line(entry, line);
   return line;
 }
 
@@ -169,16 +205,21 @@ bool profile_header(const Wstring& trimmed, Wstring& name) {
 }
 
 void profile_read_line(Nym_istream& input, bool wide, Wstring& line, Nym_status& status) {
-  line.clear();
-  Wstring piece;
-  do {
+  const auto read = [&](Wstring& into) {
     if (wide) {
-      input.xreadln(PROFILE_LINE_PIECE, piece, status);
+      input.xreadln(PROFILE_LINE_PIECE, into, status);
     } else {
-      input.wreadln_le(PROFILE_LINE_PIECE, piece, status);
+      input.wreadln_le(PROFILE_LINE_PIECE, into, status);
     }
-    line += piece;
-  } while (status == NYM_S_LINE_NOT_ENDED);
+  };
+  read(line);
+  if (status == NYM_S_LINE_NOT_ENDED) {
+    Wstring piece;
+    do {
+      read(piece);
+      line += piece;
+    } while (status == NYM_S_LINE_NOT_ENDED);
+  }
   if (status == NYM_S_END_OF_DATA && !line.empty()) status.clear();
 }
 
@@ -253,8 +294,7 @@ void profile_load(const Nym_buffer& file, bool wide, Profile_sections& sections,
   Profile_section* current = nullptr;
   Wstring key;
   Wstring value;
-  for_each_line(input, wide, status, [&](const Wstring& read, int64, int64) {
-    Wstring line = read;
+  for_each_line(input, wide, status, [&](Wstring& line, int64, int64) {
     nym_trim(line);
     if (!line.empty() && line[0] == MARK) line.erase(0, 1);
     if (line.size() >= 2 && line[0] == u'[' && line.back() == u']') {
@@ -286,17 +326,20 @@ void profile_write(Nym_buffer& file, bool wide, const Profile_sections& sections
     output.write(text.size() * sizeof(Wchar), text.data(), status);
     text.clear();
   };
-  auto line = [&](const Wstring& content) {
-    text += content;
+  const auto end_line = [&]() {
     text += u"\r\n";
     flush(BLOCK);
   };
   for (const auto& section : sections) {
     text += u'[';
     text += section->name;
-    line(u"]");
-    for (const auto& entry : section->entries) line(profile_entry_line(entry));
-    line(Wstring());
+    text += u']';
+    end_line();
+    for (const auto& entry : section->entries) {
+      profile_append_entry_line(entry, text);
+      end_line();
+    }
+    end_line();
   }
   flush(1);
   end = output.tell();

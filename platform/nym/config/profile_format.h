@@ -48,6 +48,8 @@ NYM_API Wstring profile_escape_key(const Wstring& text);
 NYM_API void profile_split_line(const Wstring& line, Wstring& key, Wstring& value);
 // The line an item is written as: a comment verbatim, anything else key=value escaped.
 NYM_API Wstring profile_entry_line(const Profile_entry& entry);
+// The same, appended to `out`.
+NYM_API void profile_append_entry_line(const Profile_entry& entry, Wstring& out);
 // Whether a trimmed line is a header, as the reader sees it ([name], or U+FEFF then [name]); the
 // name is what stands between the brackets, untouched.
 NYM_API bool profile_header(const Wstring& trimmed, Wstring& name);
