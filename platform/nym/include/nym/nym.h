@@ -61,6 +61,8 @@
 #include "nym/message_queue.h"
 #include "nym/mutex.h"
 #include "nym/process.h"
+#include "nym/profile_access.h"
+#include "nym/profile_reader.h"
 #include "nym/registry.h"
 #include "nym/security.h"
 #include "nym/security_id.h"
