@@ -27,8 +27,8 @@ ctest --preset windows
 
 echo "== host build under ThreadSanitizer (threaded suites)"
 cmake --preset host-tsan >/dev/null
-cmake --build --preset host-tsan --target nym_thread_tests nym_buffer_tests nym_sync_tests nym_time_tests
-ctest --preset host-tsan -R '^(thread|buffer|sync|time)$'
+cmake --build --preset host-tsan --target nym_thread_tests nym_buffer_tests nym_sync_tests nym_time_tests nym_file_tests
+ctest --preset host-tsan -R '^(thread|buffer|sync|time|file)$'
 
 echo "== fuzz targets (clang, libFuzzer, ${NYM_FUZZ_SECONDS:-20} s each)"
 cmake --preset host-fuzz -DNYM_FUZZ_SECONDS="${NYM_FUZZ_SECONDS:-20}" >/dev/null

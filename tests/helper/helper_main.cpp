@@ -22,8 +22,10 @@
 #include <windows.h>
 
 #include "nym/file.h"
+#include "resource_count.h"
 #include "nym/mutex.h"
 #include "nym/pipe.h"
+#include "nym/profile_access.h"
 #include "nym/utf.h"
 #endif
 #include "nym/event.h"
@@ -189,6 +191,78 @@ int file_lock_try(const Args& args) {
                     *status.child() == ERROR_LOCK_VIOLATION;
   return held ? 1 : 11;
 }
+
+int __cdecl own_new_handler(size_t) { return 0; }
+
+// load-unload <copy-path>: loads and unloads a copy of nym2208.dll (a second instance) over
+// new-mode 0 and a handler of this helper's. Exit codes: 10 no copy or load; 11 load didn't set
+// mode 1 and its handler; 12 unload didn't put them back or left the copy; 13 a thread stayed.
+int load_unload(const Args& args) {
+  using Handler = int(__cdecl*)(size_t);
+  const HMODULE crt = GetModuleHandleW(L"msvcrt.dll");
+  auto find = [crt](const char* name) { return reinterpret_cast<void*>(GetProcAddress(crt, name)); };
+  auto set_mode = reinterpret_cast<int(__cdecl*)(int)>(find("?_set_new_mode@@YAHH@Z"));
+  auto query_mode = reinterpret_cast<int(__cdecl*)()>(find("?_query_new_mode@@YAHXZ"));
+  auto set_handler = reinterpret_cast<Handler(__cdecl*)(Handler)>(find("?_set_new_handler@@YAP6AH_K@ZP6AH0@Z@Z"));
+  auto query_handler = reinterpret_cast<Handler(__cdecl*)()>(find("?_query_new_handler@@YAP6AH_K@ZXZ"));
+  wchar_t original[MAX_PATH];
+  const std::wstring copy(args[0].begin(), args[0].end());  // the test passes an ASCII path
+  if (!set_mode || !query_mode || !set_handler || !query_handler ||
+      !GetModuleFileNameW(GetModuleHandleW(L"nym2208.dll"), original, MAX_PATH) ||
+      !CopyFileW(original, copy.c_str(), FALSE)) {
+    return 10;
+  }
+  set_mode(0);
+  set_handler(own_new_handler);
+  const nym_test::Resource_count before = nym_test::count_resources();
+  const HMODULE library = LoadLibraryW(copy.c_str());
+  const bool loaded_right = library != nullptr && query_mode() == 1 && query_handler() != own_new_handler;
+  if (library != nullptr) FreeLibrary(library);
+  const bool restored = query_mode() == 0 && query_handler() == own_new_handler && !GetModuleHandleW(copy.c_str());
+  const nym_test::Resource_count after = nym_test::count_resources();
+  DeleteFileW(copy.c_str());
+  return library == nullptr ? 10 : !loaded_right ? 11 : !restored ? 12 : after.threads != before.threads ? 13 : 0;
+}
+
+// The profile crash's write fault: writes to one path stop the process after so many bytes.
+nym::Wstring g_fault_path;
+unsigned long long g_fault_bytes = 0;
+
+nym::uint64 cut_write(const nym::Wstring& path, nym::uint64 count, bool& stop) {
+  if (path != g_fault_path || count <= g_fault_bytes) {
+    g_fault_bytes -= path == g_fault_path ? count : 0;
+    return count;
+  }
+  stop = true;
+  return g_fault_bytes;
+}
+
+// profile-crash <path> <moment> <bytes>: two commits, inserting k1=v1 and then k2=3000 x's at the
+// head of the first section, dying in the second: after <bytes> bytes to the backup ("backup")
+// or to the profile ("write"), or after the commit ("commit"). Exit codes: 70 died as asked; 10
+// the profile did not open; 11 an operation failed; 12 lived on.
+int profile_crash(const Args& args) {
+  nym::Wstring path;
+  nym::nym_utf8_to_utf16(args[0].c_str(), path);
+  if (!number_argument(args[2], g_fault_bytes)) return 2;
+  nym::Nym_status status;
+  nym::Nym_profile_access profile(path, nym::NYM_FILE_MUST_EXIST, nym::NYM_ACCESS_READ_WRITE, status);
+  if (status.is_error()) return 10;
+  const std::pair<nym::Wstring, nym::Wstring> edits[] = {{u"k1", u"v1"}, {u"k2", nym::Wstring(3000, u'x')}};
+  for (const auto& edit : edits) {
+    profile.reset_section_position(status);
+    if (status.ok()) profile.insert_entry(edit, status);
+    if (status.is_error()) return 11;
+    if (&edit == &edits[1] && (args[1] == "backup" || args[1] == "write")) {
+      g_fault_path = args[1] == "backup" ? path + u".bak" : path;
+      nym::impl::nym_set_write_fault(cut_write);
+    }
+    profile.commit_changes(status);
+    if (status.is_error()) return 11;
+  }
+  if (args[1] == "commit") TerminateProcess(GetCurrentProcess(), 70);
+  return 12;
+}
 #endif
 
 struct Command {
@@ -208,6 +282,8 @@ const Command COMMANDS[] = {
     {"file-lock-hold", 6, file_lock_hold,
      "file-lock-hold <path> <shared|exclusive> <start> <length> <ready-handle> <release-handle>"},
     {"file-lock-try", 4, file_lock_try, "file-lock-try <path> <shared|exclusive> <start> <length>"},
+    {"load-unload", 1, load_unload, "load-unload <copy-path>"},
+    {"profile-crash", 3, profile_crash, "profile-crash <path> <backup|write|commit> <bytes>"},
 #endif
 };
 

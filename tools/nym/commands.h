@@ -6,6 +6,10 @@
 #include <string>
 #include <vector>
 
+namespace nym {
+class Nym_status;
+}
+
 namespace nym_tool {
 
 using Words = std::vector<std::string>;
@@ -14,6 +18,8 @@ using Words = std::vector<std::string>;
 std::string utf8(const std::u16string& text);
 // UTF-8 words of the command line as the library's text.
 std::u16string wide(const std::string& utf8);
+// "nym <command>: " and the status in words, newest first, on stderr; answers 1.
+int report(const char* command, const nym::Nym_status& status);
 // The whole file, or false with errno's text in `error`.
 bool read_whole_file(const std::string& path, std::string& bytes, std::string& error);
 
@@ -34,8 +40,10 @@ int run_ls(const Words& words);
 int run_reg(const Words& words);
 int run_sid(const Words& words);
 int run_path(const Words& words);
+int run_profile(const Words& words);
 int run_run(const Words& words);
 int run_status(const Words& words);
+int run_sysinfo(const Words& words);
 
 }  // namespace nym_tool
 

@@ -32,6 +32,9 @@ const nym_tool::Command COMMANDS[] = {
      "the parts of each path (drive, UNC, directory, filename, base, extension, levels) and its simplified "
      "form, or each path relative to BASE",
      nym_tool::run_path},
+    {"profile", "nym profile sections|get|set FILE [SECTION [KEY [VALUE]]]",
+     "a profile file's sections, a section's entries or one value; set writes one value and commits",
+     nym_tool::run_profile},
     {"reg", "nym reg get|set|list KEY [VALUE]",
      "a registry value by its type, write a string (or dword:N), or list a key's subkeys and values",
      nym_tool::run_reg},
@@ -42,6 +45,8 @@ const nym_tool::Command COMMANDS[] = {
     {"status", "nym status [--xml] CODE [ARG...]",
      "show a status code: normalised value, HRESULT, severity, facility and its words; or as XML",
      nym_tool::run_status},
+    {"sysinfo", "nym sysinfo",
+     "the processor: architecture, count, level, model, stepping and each capability", nym_tool::run_sysinfo},
 };
 
 void print_help() {

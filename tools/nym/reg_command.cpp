@@ -8,7 +8,6 @@
 #include <cstring>
 
 #include "commands.h"
-#include "nym/messages.h"
 #include "nym/registry.h"
 #include "nym/string_basic.h"
 
@@ -49,13 +48,7 @@ bool parse_key(const std::string& text, bool with_name, Key& key) {
   return true;
 }
 
-int report(const nym::Nym_status& status) {
-  nym::Nym_status_lookup::initialise_message_list({"nym"});
-  nym::Wstring words;
-  nym::Nym_status_lookup::to_string(status, words);
-  std::fprintf(stderr, "nym reg: %s\n", utf8(words).c_str());
-  return 1;
-}
+int report(const nym::Nym_status& status) { return nym_tool::report("reg", status); }
 
 int show(const char* kind, const nym::Wstring& text) {
   std::printf("%-8s%s\n", kind, utf8(text).c_str());

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "commands.h"
+#include "nym/messages.h"
 #include "nym/string_basic.h"
 
 namespace nym_tool {
@@ -18,6 +19,14 @@ std::u16string wide(const std::string& utf8) {
   std::u16string text;
   nym::nym_string_append(text, utf8.c_str());
   return text;
+}
+
+int report(const char* command, const nym::Nym_status& status) {
+  nym::Nym_status_lookup::initialise_message_list({"nym"});
+  std::u16string words;
+  nym::Nym_status_lookup::to_string(status, words);
+  std::fprintf(stderr, "nym %s: %s\n", command, utf8(words).c_str());
+  return 1;
 }
 
 bool read_whole_file(const std::string& path, std::string& bytes, std::string& error) {

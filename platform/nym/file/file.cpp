@@ -36,6 +36,8 @@ constexpr unsigned int MIN_LOCK_STEP = 1000;
 
 std::atomic<impl::Nym_file_system_name_query> g_file_system_name{nullptr};
 std::atomic<impl::Nym_lock_pause> g_lock_pause{nullptr};
+std::atomic<impl::Nym_write_fault> g_write_fault{nullptr};
+constexpr unsigned int DISK_FULL = 112;  // ERROR_DISK_FULL
 
 unsigned int desired_access(Nym_file_access access) {
   return static_cast<unsigned int>(access) < 4 ? DESIRED_ACCESS[access] : 0;
@@ -90,6 +92,8 @@ impl::Nym_file_system_name_query impl::nym_set_file_system_name_query(Nym_file_s
 }
 
 impl::Nym_lock_pause impl::nym_set_lock_pause(Nym_lock_pause pause) { return g_lock_pause.exchange(pause); }
+
+impl::Nym_write_fault impl::nym_set_write_fault(Nym_write_fault fault) { return g_write_fault.exchange(fault); }
 
 Nym_file::Nym_file() : m_handle(impl::CLOSED_HANDLE) {}
 
@@ -202,7 +206,16 @@ uint64 Nym_file::write(const void* buffer, uint64 count, Nym_status& status) {
   status.clear();
   unsigned int done = 0;
   if (may_transfer(is_open(), count, status)) {
-    impl::file_write(m_handle, buffer, static_cast<unsigned int>(count), done, status);
+    uint64 allowed = count;
+    bool stop = false;
+    if (const impl::Nym_write_fault fault = g_write_fault.load(std::memory_order_relaxed)) {
+      allowed = std::min(count, fault(m_path, count, stop));
+    }
+    impl::file_write(m_handle, buffer, static_cast<unsigned int>(allowed), done, status);
+    if (allowed < count && status.ok()) {
+      if (stop) impl::file_stop_process();
+      status = DISK_FULL;
+    }
   }
   if (status.is_error()) status.push(NYM_S_WRITE_FAILED);
   return done;

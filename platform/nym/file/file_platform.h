@@ -25,6 +25,8 @@ void file_close(void* handle);
 // ReadFile / WriteFile of at most 0xFFFFFFFF bytes; `done` is set in every case.
 bool file_read(void* handle, void* buffer, unsigned int count, unsigned int& done, Nym_status& status);
 bool file_write(void* handle, const void* buffer, unsigned int count, unsigned int& done, Nym_status& status);
+// Ends the process at once, for the write fault's `stop`.
+[[noreturn]] void file_stop_process();
 // SetFilePointerEx: origin 0 start, 1 current, 2 end; the new position in `position`.
 bool file_seek(void* handle, int64 offset, int origin, int64& position, Nym_status& status);
 bool file_size(void* handle, int64& size);

@@ -64,6 +64,12 @@ bool file_write(void* handle, const void* buffer, unsigned int count, unsigned i
   return ok != 0 || fail(status);
 }
 
+void file_stop_process() {
+  // No destructor or handler may run: a crash doesn't run them either.
+  TerminateProcess(GetCurrentProcess(), 70);
+  ExitProcess(70);
+}
+
 bool file_seek(void* handle, int64 offset, int origin, int64& position, Nym_status& status) {
   if (!usable(handle, status)) return false;
   LARGE_INTEGER distance;

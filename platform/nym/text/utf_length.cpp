@@ -8,17 +8,19 @@
 #include <emmintrin.h>
 #endif
 
+// Both AddressSanitizer and ThreadSanitizer take the aligned reads past the terminator for
+// reads of a neighbouring block.
 #if defined(__clang__) || defined(__GNUC__)
-#define NYM_NO_SANITIZE_ADDRESS __attribute__((no_sanitize_address))
+#define NYM_NO_SANITIZE_READS __attribute__((no_sanitize("address", "thread")))
 #else
-#define NYM_NO_SANITIZE_ADDRESS
+#define NYM_NO_SANITIZE_READS
 #endif
 
 namespace nym::impl {
 
 // Aligned loads never cross a page, so the scans may read past the terminator inside the
 // last aligned block; they look at nothing beyond it. Whole 64-byte lines go at a time.
-NYM_NO_SANITIZE_ADDRESS std::size_t utf16_length(const Wchar* text, std::size_t max) {
+NYM_NO_SANITIZE_READS std::size_t utf16_length(const Wchar* text, std::size_t max) {
   const Wchar* p = text;
   // No stop when `max` reaches past the end of the address space.
   const Wchar* const stop =
@@ -54,7 +56,7 @@ NYM_NO_SANITIZE_ADDRESS std::size_t utf16_length(const Wchar* text, std::size_t 
 
 // As utf16_length, for bytes: the scan starts at the aligned line that holds `text` and
 // ignores what lies before it. Stops at `max` when no NUL comes first.
-NYM_NO_SANITIZE_ADDRESS std::size_t utf8_length(const unsigned char* text, std::size_t max) {
+NYM_NO_SANITIZE_READS std::size_t utf8_length(const unsigned char* text, std::size_t max) {
 #if defined(NYM_UTF_SSE2)
   if (max == 0) return 0;
   const std::size_t skew = reinterpret_cast<std::uintptr_t>(text) & 63;

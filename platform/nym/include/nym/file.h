@@ -238,6 +238,12 @@ NYM_API Nym_file_system_name_query nym_set_file_system_name_query(Nym_file_syste
 // The pause between two attempts of Nym_file::lock (Sleep).
 using Nym_lock_pause = void (*)(unsigned int milliseconds);
 NYM_API Nym_lock_pause nym_set_lock_pause(Nym_lock_pause pause);
+// Test-only: cuts writes, to show what a failed or interrupted write leaves on disk. Asked
+// before every write with the file's path and count, it answers how many of those bytes reach
+// the file. Fewer than asked: the write fails after them with the system's "disk full" (112),
+// or, when the hook sets `stop`, the process ends at once after them, as in a crash.
+using Nym_write_fault = uint64 (*)(const Wstring& path, uint64 count, bool& stop);
+NYM_API Nym_write_fault nym_set_write_fault(Nym_write_fault fault);
 
 }  // namespace impl
 

@@ -21,6 +21,7 @@
 #include "nym/file_system.h"
 #include "nym/interlocked.h"
 #include "nym/func_buffer.h"
+#include "nym/heap_buffer.h"
 #include "nym/ibyte_stream.h"
 #include "nym/istream.h"
 #include "nym/latch.h"
@@ -60,10 +61,13 @@
 #include "nym/message_queue.h"
 #include "nym/mutex.h"
 #include "nym/process.h"
+#include "nym/profile_access.h"
+#include "nym/profile_reader.h"
 #include "nym/registry.h"
 #include "nym/security.h"
 #include "nym/security_id.h"
 #include "nym/syslog.h"
+#include "nym/system.h"
 #endif
 
 #endif
