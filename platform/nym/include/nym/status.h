@@ -65,8 +65,11 @@ class NYM_API Nym_status {
   // Copies share the argument list and the chain.
   Nym_status(const Nym_status& other) noexcept = default;
   Nym_status& operator=(const Nym_status& other) noexcept;
+  // A clear status owns nothing: its destruction is one test of the two shares, here inline.
   ~Nym_status() {
-    if (m_child || m_args) release_all();
+    if ((reinterpret_cast<std::uintptr_t>(m_child.get()) | reinterpret_cast<std::uintptr_t>(m_args.get())) != 0) {
+      release_all();
+    }
   }
 
   // Drops arguments and chain and sets the code: `status = GetLastError()`, which keeps the
