@@ -4,6 +4,7 @@
 #include <string>
 #include <tuple>
 
+#include "nym/raw_memory_buffer.h"
 #include "nym/stream_helpers.h"
 #include "nym/string_buffer.h"
 #include "test_stores.h"
@@ -71,6 +72,52 @@ TEST(StreamHelpersTest, CopyAndSwap) {
   Nym_unbuffered_istream detached;
   nym_swap_stream(detached, out.stream, status);
   EXPECT_EQ(status.value(), NYM_S_STREAM_NOT_ATTACHED);
+}
+
+// A stream of a class of its own is read through the copy's block.
+struct Block_read_stream : Nym_unbuffered_istream {
+  using Nym_unbuffered_istream::Nym_unbuffered_istream;
+};
+
+// A memory store hands its bytes to the copy in place: the same bytes, positions and statuses
+// as the store read through the copy's block, a write that fails midway (the string limit)
+// included, and the bytes of the output's own string copied as through a block.
+TEST(StreamHelpersTest, CopyInPlaceAsThroughTheBlock) {
+  const std::string data = pattern(700001);
+  const struct {
+    int64 from;
+    bool counted;
+    uint64 count;
+    bool no_limit;
+  } cases[] = {{0, false, 0, true},       {5, true, 65536 * 3 + 7, true}, {-1, false, 0, true},
+               {700001, false, 0, true}, {0, false, 0, false},           {0x7FFFFFFFFFFFFFF0, true, 100, true}};
+  for (const auto& c : cases) {
+    Nym_raw_memory_buffer raw(static_cast<int64>(data.size()), reinterpret_cast<const unsigned char*>(data.data()),
+                              Nym_raw_memory_buffer::KEEP_MEMORY);
+    Nym_status status;
+    Block_read_stream reference(raw, false, status);
+    Nym_unbuffered_istream in_place(raw, false, status);
+    Output out[2] = {Output(c.no_limit), Output(c.no_limit)};
+    Nym_status got[2];
+    Nym_istream* inputs[2] = {&reference, &in_place};
+    for (int i = 0; i < 2; ++i) {
+      inputs[i]->seek(c.from);
+      if (c.counted) nym_copy_stream(*inputs[i], out[i].stream, c.count, got[i]);
+      else nym_copy_stream(*inputs[i], out[i].stream, got[i]);
+    }
+    EXPECT_TRUE(got[0].compare(got[1], true, true) && out[0].text == out[1].text &&
+                inputs[0]->tell() == inputs[1]->tell())
+        << c.from << " " << c.count << ": " << std::hex << got[0].value() << " " << got[1].value();
+  }
+  Output out;
+  out.text = data.substr(0, 100000);
+  Nym_raw_memory_buffer own(100000, reinterpret_cast<const unsigned char*>(out.text.data()),
+                            Nym_raw_memory_buffer::KEEP_MEMORY);
+  Nym_status status;
+  Nym_unbuffered_istream in(own, false, status);
+  out.stream.seek(int64{10});
+  nym_copy_stream(in, out.stream, 1000, status);
+  EXPECT_EQ(out.text, data.substr(0, 10) + data.substr(0, 1000) + data.substr(1010, 100000 - 1010));
 }
 
 TEST(StreamHelpersTest, CountAndSkipLines) {

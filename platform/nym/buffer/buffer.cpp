@@ -309,6 +309,22 @@ uint64 Nym_buffer::read_of(const Nym_buffer& other, bool wait, int64& position, 
   return impl::answered(other.read(wait, position, asked, data, status), asked);
 }
 
+bool Nym_buffer::read_in_place(int64&, uint64, const void*&, uint64&, Nym_status&) const { return false; }
+
+bool Nym_buffer::read_in_place_of(const Nym_buffer& other, int64& position, uint64 count, const void*& data,
+                                  uint64& got, Nym_status& status) {
+  const uint64 asked = impl::count_within_positions(position, count);
+  if (asked == 0 && count != 0) {
+    if (!other.read_in_place(position, 0, data, got, status)) return false;
+    got = 0;
+    status = NYM_S_END_OF_DATA;  // nothing lies beyond the last position
+    return true;
+  }
+  if (!other.read_in_place(position, asked, data, got, status)) return false;
+  got = impl::answered(got, asked);
+  return true;
+}
+
 void Nym_buffer::seek_within(Nym_seek_mode mode, int64 offset, int64& position, int64 end, Nym_status& status) {
   const int64 old = position;
   status.clear();
@@ -378,8 +394,9 @@ void Nym_buffer::write_contiguous(int64& position, uint64 count, const void* dat
       uint64 length = 0;
       void* start = const_cast<void*>(bytes(*this, length));
       if (end > length / unit) start = resize(*this, end);
-      // memcpy: the caller's bytes need not be aligned for the store's unit.
-      std::memcpy(static_cast<unsigned char*>(start) + at * unit, data, static_cast<std::size_t>(count));
+      // Unaligned, and possibly the store's own bytes: a copy hands out a memory store's bytes in
+      // place, and they may lie in this very string.
+      std::memmove(static_cast<unsigned char*>(start) + at * unit, data, static_cast<std::size_t>(count));
       position += static_cast<int64>(count);
     } catch (...) {
       impl::status_from_exception(status, NYM_S_WRITE_FAILED);

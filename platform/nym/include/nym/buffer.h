@@ -95,6 +95,11 @@ class NYM_API Nym_buffer {
   virtual void write(int64& position, uint64 count, const void* data, Nym_status& status) = 0;
   virtual void seek(Nym_seek_mode mode, int64 offset, int64& position, Nym_status& status) const = 0;
   virtual void truncate(int64 size, Nym_status& status) = 0;
+  // A read that hands out where the bytes lie instead of copying them, for stores that keep
+  // their bytes still in memory for their whole life and read them without a lock (a
+  // read-only memory store): as read, with `data` pointing at the `got` bytes. False for every
+  // other store (the default): those must be read.
+  virtual bool read_in_place(int64& position, uint64 count, const void*& data, uint64& got, Nym_status& status) const;
 
   virtual void read_lock() const;
   // Raises std::logic_error "Nym_buffer::write_lock - this thread holds a read lock on the
@@ -155,6 +160,9 @@ class NYM_API Nym_buffer {
   // the last position: NYM_S_END_OF_DATA without asking) and believes no more than it asked.
   static uint64 read_of(const Nym_buffer& other, bool wait, int64& position, uint64 count, void* data,
                         Nym_status& status);
+  // read_in_place of another store, held to the same bounds as read_of.
+  static bool read_in_place_of(const Nym_buffer& other, int64& position, uint64 count, const void*& data, uint64& got,
+                               Nym_status& status);
   static void seek_of(const Nym_buffer& other, Nym_seek_mode mode, int64 offset, int64& position,
                       Nym_status& status) {
     other.seek(mode, offset, position, status);
