@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -215,6 +216,49 @@ TEST(LineReaderTest, ReadsLinesByTheRuleInEveryForm) {
       SCOPED_TRACE(std::string(c.name) + ", form " + std::to_string(static_cast<int>(form)));
       EXPECT_EQ(read_lines<Nym_unbuffered_istream>(form, c.rule, c.data, c.max), c.lines) << "unbuffered";
       EXPECT_EQ(read_lines<Nym_buffered_istream>(form, c.rule, c.data, c.max), c.lines) << "buffered";
+    }
+  }
+}
+
+// The buffered stream reads lines in its window; the unbuffered one reads every line through
+// the store. Both answer alike on text of any line length across several windows, in every
+// form and rule, also from an odd position (the 16-bit forms then read unaligned units).
+TEST(LineReaderTest, TheWindowAnswersAsTheStore) {
+  std::mt19937 random(7);
+  Nstring text;
+  while (text.size() < 3 * Nym_buffered_istream::WINDOW_SIZE) {
+    const char* const pieces[] = {"\r", "\n", "\r\n", "\r\r", "x"};
+    text += pieces[random() % 5];
+    text.append(random() % 4 == 0 ? random() % 3000 : random() % 90, 'a');
+  }
+  Nym_string_buffer store(text, false);
+  for (const Nym_eol rule : {NYM_EOL_ANY, NYM_EOL_CR, NYM_EOL_LF, NYM_EOL_CRLF}) {
+    for (const uint64 max : {uint64{2048}, uint64{40}}) {
+      for (const int64 start : {int64{0}, int64{1}}) {
+        Nym_status status;
+        Nym_unbuffered_istream through_store(store, false, status, rule);
+        Nym_buffered_istream windowed(store, false, status, rule);
+        Nym_istream* streams[2] = {&through_store, &windowed};
+        for (int form = 0; form < 3; ++form) {
+          for (Nym_istream* stream : streams) stream->seek(start);
+          for (int call = 0; call < 100000; ++call) {
+            Wstring line[2];
+            Nym_status got[2];
+            Nym_eol report[2];
+            for (int i = 0; i < 2; ++i) {
+              Nstring narrow;
+              report[i] = form == 0 ? streams[i]->readln(max, narrow, got[i])
+                          : form == 1 ? streams[i]->wreadln(max, line[i], got[i])
+                                      : streams[i]->wreadln_be(max, line[i], got[i]);
+              line[i].append(narrow.begin(), narrow.end());
+            }
+            ASSERT_TRUE(line[0] == line[1] && report[0] == report[1] && got[0] == got[1] &&
+                        streams[0]->tell() == streams[1]->tell())
+                << "rule " << rule << " max " << max << " form " << form << " at " << streams[0]->tell();
+            if (got[0].is_error() && got[0] != NYM_S_LINE_NOT_ENDED) break;
+          }
+        }
+      }
     }
   }
 }

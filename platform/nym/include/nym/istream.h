@@ -181,6 +181,16 @@ class NYM_API Nym_buffered_istream : public Nym_istream {
   }
 
  private:
+  friend class Nym_istream;  // the line readers scan the window in place
+
+  // Where the window holds `position`, with the number of bytes it holds from there; null
+  // when it doesn't hold it.
+  const unsigned char* window_from(int64 position, uint64& bytes) const {
+    uint64 offset;
+    if (!in_window(position, 1, offset)) return nullptr;
+    bytes = m_window_valid - offset;
+    return m_window + offset;
+  }
   // Whether `bytes` bytes from `position` lie in the window, and where. The difference is
   // taken unsigned: a position may be anywhere, and never overflows it. The window never
   // reaches past the last position, so a position moved within it stays a position.
