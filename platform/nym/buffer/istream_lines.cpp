@@ -24,27 +24,45 @@ constexpr uint64 PORTION = 78;
 // longer lines, so that a caller may pass a huge max without a huge allocation.
 constexpr uint64 FIRST_AREA = 4096;
 
-// The index of the first `a` or `b` in [from, to), or `to`: sixteen bytes a step, never
-// reading past `to` (the system's memchr may go a byte at a time).
-template <class Unit>
+#if defined(__SSE2__)
+// Where sixteen bytes hold `a` (or `b`, with `Two`): one bit per byte.
+template <class Unit, bool Two>
+unsigned hits_in(const Unit* at, __m128i a, __m128i b) {
+  const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+  const auto equal = [&units](__m128i w) {
+    return sizeof(Unit) == 1 ? _mm_cmpeq_epi8(units, w) : _mm_cmpeq_epi16(units, w);
+  };
+  const __m128i hits = Two ? _mm_or_si128(equal(a), equal(b)) : equal(a);
+  return static_cast<unsigned>(_mm_movemask_epi8(hits));
+}
+#endif
+
+// The index of the first `a` (or `b`, with `Two`) in [from, to), or `to`: thirty-two bytes a
+// step, never reading past `to` (the system's memchr may go a byte at a time).
+template <bool Two, class Unit>
 uint64 find_either(const Unit* area, uint64 from, uint64 to, Unit a, Unit b) {
 #if defined(__SSE2__)
-  constexpr uint64 per_step = 16 / sizeof(Unit);
+  constexpr uint64 per = 16 / sizeof(Unit);
   const auto spread = [](Unit u) {
     return sizeof(Unit) == 1 ? _mm_set1_epi8(static_cast<char>(u)) : _mm_set1_epi16(static_cast<short>(u));
   };
   const __m128i want_a = spread(a);
   const __m128i want_b = spread(b);
-  for (; to - from >= per_step; from += per_step) {
-    const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(area + from));
-    const __m128i hits = sizeof(Unit) == 1
-                             ? _mm_or_si128(_mm_cmpeq_epi8(units, want_a), _mm_cmpeq_epi8(units, want_b))
-                             : _mm_or_si128(_mm_cmpeq_epi16(units, want_a), _mm_cmpeq_epi16(units, want_b));
-    const int mask = _mm_movemask_epi8(hits);
-    if (mask != 0) return from + static_cast<uint64>(__builtin_ctz(static_cast<unsigned>(mask))) / sizeof(Unit);
+  for (; to - from >= 2 * per; from += 2 * per) {
+    const unsigned low = hits_in<Unit, Two>(area + from, want_a, want_b);
+    const unsigned high = hits_in<Unit, Two>(area + from + per, want_a, want_b);
+    if ((low | high) != 0) {
+      const unsigned both = low | (high << 16);
+      return from + static_cast<uint64>(__builtin_ctz(both)) / sizeof(Unit);
+    }
+  }
+  if (to - from >= per) {
+    const unsigned low = hits_in<Unit, Two>(area + from, want_a, want_b);
+    if (low != 0) return from + static_cast<uint64>(__builtin_ctz(low)) / sizeof(Unit);
+    from += per;
   }
 #endif
-  while (from < to && area[from] != a && area[from] != b) ++from;
+  while (from < to && area[from] != a && (!Two || area[from] != b)) ++from;
   return from;
 }
 
@@ -76,9 +94,9 @@ class Line_end_scan {
         continue;
       }
       // In the normal state only CR and LF matter: skip to the next of them.
-      m_seen = m_rule == NYM_EOL_LF                             ? find_either(area, m_seen, whole, m_lf, m_lf)
-               : m_rule == NYM_EOL_CR || m_rule == NYM_EOL_CRLF ? find_either(area, m_seen, whole, m_cr, m_cr)
-                                                                : find_either(area, m_seen, whole, m_cr, m_lf);
+      m_seen = m_rule == NYM_EOL_LF                             ? find_either<false>(area, m_seen, whole, m_lf, m_lf)
+               : m_rule == NYM_EOL_CR || m_rule == NYM_EOL_CRLF ? find_either<false>(area, m_seen, whole, m_cr, m_cr)
+                                                                : find_either<true>(area, m_seen, whole, m_cr, m_lf);
       if (m_seen == whole) break;
       if (m_rule == NYM_EOL_CR || m_rule == NYM_EOL_LF) {
         found(m_rule, m_seen, 1);
@@ -153,9 +171,11 @@ Nym_eol Nym_istream::read_line(int64 position, bool advance, bool swap, uint64 m
   // looked at. A derived class may read otherwise, so it always goes the long way.
   Line_end_scan<Unit> scan(m_eol, swap);
   const Unit* units = nullptr;
-  if (typeid(*this) == typeid(Nym_buffered_istream)) {
+  const auto* window =
+      typeid(*this) == typeid(Nym_buffered_istream) ? static_cast<const Nym_buffered_istream*>(this) : nullptr;
+  if (window != nullptr) {
     uint64 held = 0;
-    const unsigned char* at = static_cast<const Nym_buffered_istream*>(this)->window_from(position, held);
+    const unsigned char* at = window->window_from(position, held);
     if (at != nullptr && reinterpret_cast<std::uintptr_t>(at) % alignof(Unit) == 0) {
       const uint64 whole = std::min(held / unit, look);
       scan.scan(reinterpret_cast<const Unit*>(at), whole);
@@ -180,6 +200,18 @@ Nym_eol Nym_istream::read_line(int64 position, bool advance, bool swap, uint64 m
     uint64 bytes = 0;  // read so far, at `position`
     while (!scan.ended() && scan.seen() < look) {
       const int64 at = position + static_cast<int64>(bytes);
+      // What the window holds is taken whole, with no call: a portion would copy the same bytes,
+      // and the window is refilled at its end either way.
+      uint64 held = 0;
+      const unsigned char* in_window = window != nullptr ? window->window_from(at, held) : nullptr;
+      if (in_window != nullptr) {
+        held = std::min(held, look * unit - bytes);
+        ensure_area(std::max(bytes + held, std::min(look * unit, m_line_area_size * 2)));
+        std::memcpy(static_cast<unsigned char*>(m_line_area) + bytes, in_window, held);
+        bytes += held;
+        scan.scan(static_cast<const Unit*>(m_line_area), bytes / unit);
+        continue;
+      }
       const uint64 want =
           impl::count_within_positions(at, std::min(PORTION, look - scan.seen()) * unit - bytes % unit);
       if (want == 0) {
