@@ -79,45 +79,37 @@ struct Block_read_stream : Nym_unbuffered_istream {
   using Nym_unbuffered_istream::Nym_unbuffered_istream;
 };
 
-// A memory store hands its bytes to the copy in place: the same bytes, positions and statuses
-// as the store read through the copy's block, a write that fails midway (the string limit)
-// included, and the bytes of the output's own string copied as through a block.
+// A memory store's bytes copied in place: as through the block, a write failing midway (the
+// string limit) included, and bytes of the output's own string too.
 TEST(StreamHelpersTest, CopyInPlaceAsThroughTheBlock) {
   const std::string data = pattern(700001);
-  const struct {
-    int64 from;
-    bool counted;
-    uint64 count;
-    bool no_limit;
-  } cases[] = {{0, false, 0, true},       {5, true, 65536 * 3 + 7, true}, {-1, false, 0, true},
-               {700001, false, 0, true}, {0, false, 0, false},           {0x7FFFFFFFFFFFFFF0, true, 100, true}};
-  for (const auto& c : cases) {
-    Nym_raw_memory_buffer raw(static_cast<int64>(data.size()), reinterpret_cast<const unsigned char*>(data.data()),
+  // From, count (NYM_NPOS: the rest) and whether the output has no limit.
+  const std::tuple<int64, uint64, bool> cases[] = {{0, NYM_NPOS, true},  {5, 65536 * 3 + 7, true}, {-1, NYM_NPOS, true},
+                                                   {700001, NYM_NPOS, true}, {0, NYM_NPOS, false}, {0x7FFFFFFFFFFFFFF0, 100, true}};
+  for (const auto& [from, count, no_limit] : cases) {
+    Nym_raw_memory_buffer raw(700001, reinterpret_cast<const unsigned char*>(data.data()),
                               Nym_raw_memory_buffer::KEEP_MEMORY);
-    Nym_status status;
-    Block_read_stream reference(raw, false, status);
-    Nym_unbuffered_istream in_place(raw, false, status);
-    Output out[2] = {Output(c.no_limit), Output(c.no_limit)};
     Nym_status got[2];
+    Block_read_stream reference(raw, false, got[0]);
+    Nym_unbuffered_istream in_place(raw, false, got[1]);
     Nym_istream* inputs[2] = {&reference, &in_place};
+    Output out[2] = {Output(no_limit), Output(no_limit)};
     for (int i = 0; i < 2; ++i) {
-      inputs[i]->seek(c.from);
-      if (c.counted) nym_copy_stream(*inputs[i], out[i].stream, c.count, got[i]);
-      else nym_copy_stream(*inputs[i], out[i].stream, got[i]);
+      inputs[i]->seek(from);
+      if (count == NYM_NPOS) nym_copy_stream(*inputs[i], out[i].stream, got[i]);
+      else nym_copy_stream(*inputs[i], out[i].stream, count, got[i]);
     }
     EXPECT_TRUE(got[0].compare(got[1], true, true) && out[0].text == out[1].text &&
                 inputs[0]->tell() == inputs[1]->tell())
-        << c.from << " " << c.count << ": " << std::hex << got[0].value() << " " << got[1].value();
+        << from << " " << count << ": " << std::hex << got[0].value() << " " << got[1].value();
   }
   Output out;
-  out.text = data.substr(0, 100000);
-  Nym_raw_memory_buffer own(100000, reinterpret_cast<const unsigned char*>(out.text.data()),
-                            Nym_raw_memory_buffer::KEEP_MEMORY);
-  Nym_status status;
-  Nym_unbuffered_istream in(own, false, status);
+  out.text = data.substr(0, 1010);
+  Nym_raw_memory_buffer own(1000, reinterpret_cast<const unsigned char*>(out.text.data()), Nym_raw_memory_buffer::KEEP_MEMORY);
+  Nym_unbuffered_istream in(own, false, out.status);
   out.stream.seek(int64{10});
-  nym_copy_stream(in, out.stream, 1000, status);
-  EXPECT_EQ(out.text, data.substr(0, 10) + data.substr(0, 1000) + data.substr(1010, 100000 - 1010));
+  nym_copy_stream(in, out.stream, out.status);
+  EXPECT_EQ(out.text, data.substr(0, 10) + data.substr(0, 1000));
 }
 
 TEST(StreamHelpersTest, CountAndSkipLines) {
