@@ -35,7 +35,8 @@ class NYM_API Nym_raw_memory_buffer : public Nym_buffer {
   // The usual seek, with the size as the end.
   void seek(Nym_seek_mode mode, int64 offset, int64& position, Nym_status& status) const override;
   void truncate(int64 size, Nym_status& status) override;
-  // The bytes lie still in the caller's memory and are read without a lock: handed out in place.
+  // The bytes lie still in the caller's memory and are read without a lock: handed out in place
+  // (by this class itself; a derived one is read with its read).
   bool read_in_place(int64& position, uint64 count, const void*& data, uint64& got, Nym_status& status) const override;
 
  private:
