@@ -168,11 +168,13 @@ Nym_eol Nym_istream::read_line(int64 position, bool advance, bool swap, uint64 m
   // A buffered stream of the library's own class mostly holds the line in its window: scanned
   // there and copied once into the line. Where the window ends before the line is settled (its
   // end, or the look-ahead, not in it) the line is read the long way below, as if never
-  // looked at. A derived class may read otherwise, so it always goes the long way.
+  // looked at. A derived class may read otherwise, so it always goes the long way. The class
+  // is told by its type's object, without comparing names: should two objects stand for it,
+  // a "no" costs only time.
   Line_end_scan<Unit> scan(m_eol, swap);
   const Unit* units = nullptr;
   const auto* window =
-      typeid(*this) == typeid(Nym_buffered_istream) ? static_cast<const Nym_buffered_istream*>(this) : nullptr;
+      &typeid(*this) == &typeid(Nym_buffered_istream) ? static_cast<const Nym_buffered_istream*>(this) : nullptr;
   if (window != nullptr) {
     uint64 held = 0;
     const unsigned char* at = window->window_from(position, held);

@@ -47,7 +47,7 @@ uint64 Nym_raw_memory_buffer::read(bool, int64& position, uint64 count, void* da
 bool Nym_raw_memory_buffer::read_in_place(int64& position, uint64 count, const void*& data, uint64& got,
                                           Nym_status& status) const {
   // A derived store may read otherwise: it is read with its own read.
-  if (typeid(*this) != typeid(Nym_raw_memory_buffer)) return false;
+  if (&typeid(*this) != &typeid(Nym_raw_memory_buffer)) return false;
   got = span(position, count, status);
   data = got > 0 ? m_data + position : m_data;
   position += static_cast<int64>(got);

@@ -40,10 +40,11 @@ uint64 read_lines(Nym_istream& input, uint64 limit, Nym_status& status) {
 
 // An unbuffered stream of the library's own over a store that keeps its bytes still in memory
 // hands them out in place: they go to the output straight from the store, copied once. A
-// stream of another class may have its own read, so it is read as it reads.
+// stream of another class may have its own read, so it is read as it reads (the class is told
+// by its type's object, as the line readers tell theirs).
 const void* read_block(Nym_istream& input, uint64 want, std::unique_ptr<unsigned char[]>& block, uint64& got,
                        Nym_status& status) {
-  if (typeid(input) == typeid(Nym_unbuffered_istream)) {
+  if (&typeid(input) == &typeid(Nym_unbuffered_istream)) {
     const void* data = nullptr;
     if (static_cast<Nym_unbuffered_istream&>(input).read_in_place(want, data, got, status)) return data;
   }
