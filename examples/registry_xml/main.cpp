@@ -23,7 +23,7 @@ int main() {
   nym_get_reg_uint_value(user, key, u"Server", u"timeout", timeout, status);
   check(status.ok() && host == u"alpha" && timeout == 30, "read back");
   // No defaults: a missing value is the library's code over the system's, and the out
-  // argument keeps what it held. A path value stops at 1024 bytes; this one has 1202.
+  // argument keeps what it held. A path value stops at 1024 bytes; this one is longer.
   nym_get_reg_string_value(user, key, u"Server", u"port", host, status);
   check(status == NYM_S_REG_VALUE_READ_FAILED && status.contains_value(ERROR_FILE_NOT_FOUND) && host == u"alpha",
         "a missing value");
