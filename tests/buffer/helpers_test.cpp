@@ -1,13 +1,23 @@
-// The stream helpers, over inputs that cut their reads short or give nothing.
+// The stream helpers, over inputs that cut their reads short or give nothing, and the path
+// questions the streams ask.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <string>
+#include <system_error>
 #include <tuple>
 
 #include "nym/raw_memory_buffer.h"
+#include "nym/path_query.h"
 #include "nym/stream_helpers.h"
 #include "nym/string_buffer.h"
 #include "test_stores.h"
+
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
 
 using namespace nym;
 using nym_test::pattern;
@@ -156,4 +166,65 @@ TEST(StreamHelpersTest, HelpersEndOnAStreamThatGivesNothing) {
   nym_count_lines(in.stream, status);
   nym_skip_lines(in.stream, 3, status);
   EXPECT_TRUE(out.text.empty() && text.empty() && wide.empty());
+}
+
+TEST(StreamHelpersTest, StreamToString) {
+  const struct {
+    std::string bytes;
+    bool counted;
+    uint64 count;
+    std::string narrow;  // up to the first zero byte
+    Wstring wide;        // up to the first zero unit; an odd last byte dropped; the count in bytes
+  } cases[] = {
+      {std::string("a\0b\0", 4), false, 0, "a", u"ab"},
+      {std::string("a\0\0\0b\0", 6), false, 0, "a", u"a"},
+      {std::string("a\0b", 3), false, 0, "a", u"a"},
+      {std::string("a\0b\0c\0", 6), true, 3, "a", u"a"},
+      {std::string("a\0b\0c\0", 6), true, 4, "a", u"ab"},
+      {"hello", true, 50, "hello", u"\u6568\u6c6c"},
+      {"hello", true, 0, "", u""},
+      {std::string(1500, 'r') + std::string(2, '\0') + "tail", false, 0, std::string(1500, 'r'), Wstring(750, u'\u7272')},
+  };
+  for (const auto& c : cases) {
+    for (const uint64 step : STEPS) {  // odd steps split units: a half unit waits for its partner
+      Input narrow_in(c.bytes, step), wide_in(c.bytes, step);
+      Nstring narrow = "old";
+      Wstring wide = u"old";
+      Nym_status status(0x1234);
+      if (c.counted) {
+        nym_stream_to_string(narrow_in.stream, narrow, c.count, status);
+        nym_stream_to_string(wide_in.stream, wide, c.count, status);
+      } else {
+        nym_stream_to_string(narrow_in.stream, narrow, status);
+        nym_stream_to_string(wide_in.stream, wide, status);
+      }
+      EXPECT_TRUE(status.is_clear());
+      EXPECT_EQ(narrow, c.narrow) << c.bytes.substr(0, 8) << " step " << step;
+      EXPECT_EQ(wide, c.wide) << c.bytes.substr(0, 8) << " step " << step;
+    }
+  }
+}
+
+TEST(PathQueryTest, TypeAndAccess) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::path dir =
+      fs::temp_directory_path() / ("nym_path_query_" + std::to_string(std::chrono::steady_clock::now().time_since_epoch().count()));
+  fs::create_directories(dir, error);
+  ASSERT_FALSE(error) << error.message();
+  std::ofstream(dir / "file") << "x";
+  const Wstring separator(1, static_cast<Wchar>(fs::path::preferred_separator));
+  const Wstring d = dir.u16string(), file = (dir / "file").u16string(), missing = (dir / "missing").u16string();
+  EXPECT_EQ(nym_type(u""), NYM_TYPE_NONE);
+  EXPECT_EQ(nym_type(d + separator), NYM_TYPE_DIRECTORY) << "with a trailing separator";
+  EXPECT_EQ(nym_type(file), NYM_TYPE_FILE);
+  EXPECT_EQ(nym_type(missing + separator), NYM_TYPE_NONE);
+  EXPECT_TRUE(nym_access(file, NYM_ACCESS_READ_WRITE) && nym_access(d, NYM_ACCESS_READ));
+  EXPECT_FALSE(nym_access(missing, NYM_ACCESS_READ));
+#ifndef _WIN32
+  EXPECT_EQ(nym_type(u"/dev/null"), NYM_TYPE_CHARACTER_DEVICE);
+  ASSERT_EQ(::mkfifo((dir / "fifo").c_str(), 0600), 0);
+  EXPECT_EQ(nym_type((dir / "fifo").u16string()), NYM_TYPE_PIPE);
+#endif
+  fs::remove_all(dir, error);
 }

@@ -266,3 +266,45 @@ TEST(FuncBufferTest, AFunctorThatClaimsMoreThanAskedIsBelievedNoFurther) {
   Nym_unbuffered_istream chained(chain, false, status);
   EXPECT_TRUE(chained.read(got.size(), &got[0], status) == 50 && got == text.substr(0, 50) && chained.tell() == 50);
 }
+
+TEST(SubBufferTest, AWindowShowsItsBytesOnlyAndMovesItsEndWhenNobodyReads) {
+  auto parent = raw("0123456789abcde");  // 15 bytes
+  Open<Nym_sub_buffer> beyond(*parent, 10, 20);
+  Nym_status status;
+  EXPECT_TRUE(beyond.read_all(0, status) == "abcde" && beyond.size(false, status) == 10) << "the window's end";
+  char data[4];
+  int64 position = MAX64;  // start + position leaves the positions: the read fails
+  EXPECT_TRUE(beyond.read_at(false, position, 1, data, status) == 0 && status == NYM_S_READ_FAILED);
+  EXPECT_EQ(what_of([&] { Nym_sub_buffer bad(*parent, 5, 4); }),
+            "Nym_sub_buffer::Nym_sub_buffer - end value is less than start value");
+  Nstring text = "0123";
+  Nym_string_buffer growing(text, false);
+  Open<Nym_sub_buffer> tail(growing, 2, Nym_sub_buffer::NO_END);
+  Nym_ostream out(growing, status);
+  out.write_at(4, 3, "456", status);
+  EXPECT_EQ(tail.read_all(0, status), "23456") << "an open window follows its parent";
+
+  Open<Nym_sub_buffer> sub(*parent, 2, 4);
+  {
+    Nym_buffered_istream in(sub, false, status);
+    sub.set_end(8, status);
+    EXPECT_TRUE(status == NYM_S_STREAMS_CONNECTED && sub.end() == 4);
+  }
+  status.clear();
+  sub.set_end(1, status);
+  EXPECT_TRUE(status == NYM_S_END_BEFORE_START && sub.end() == 4);
+  status.clear();
+  sub.set_end(8, status);
+  EXPECT_TRUE(status.is_clear() && sub.start() == 2 && sub.read_all(0, status) == "234567");
+}
+
+TEST(FuncBufferTest, WithoutAFunctorEveryOperationReportsIt) {
+  Open<Nym_func_buffer> none;
+  Nym_status status;
+  char data[8];
+  int64 position = 0;
+  EXPECT_TRUE(none.read_at(false, position, 1, data, status) == 0 && status == NYM_S_NO_FUNCTOR);
+  EXPECT_TRUE(none.size(true, status) == 0 && status == NYM_S_NO_FUNCTOR);
+  none.truncate_to(0, status);
+  EXPECT_EQ(status, NYM_S_NO_FUNCTOR);
+}

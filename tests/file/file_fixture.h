@@ -21,10 +21,16 @@ namespace nym_test {
 class File_test : public testing::Test {
  protected:
   void SetUp() override {
+    // Wine reuses process ids from run to run, so a name another run left behind is passed over.
     static unsigned int serial = 0;
-    const std::filesystem::path dir = std::filesystem::temp_directory_path() /
-        ("nym-file-test-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++serial));
-    ASSERT_TRUE(std::filesystem::create_directory(dir));
+    std::filesystem::path dir;
+    std::error_code error;
+    for (int tries = 0; tries < 1000; ++tries) {
+      dir = std::filesystem::temp_directory_path() /
+            ("nym-file-test-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++serial));
+      if (std::filesystem::create_directory(dir, error)) break;
+    }
+    ASSERT_TRUE(std::filesystem::is_empty(dir, error) && !error) << dir.string();
     m_dir = dir.u16string() + u"\\";
   }
   void TearDown() override {

@@ -1,7 +1,10 @@
-// The path operation that asks the system: absolute (GetFullPathNameW).
+// The path operations that ask the system: absolute (GetFullPathNameW) and nym_get_path.
 #include <windows.h>
 
 #include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
 
 #include "path_test_support.h"
 #include "base/win32_wide.h"
@@ -27,6 +30,20 @@ TEST(PathSystemTest, Absolute) {
   deep.absolute();  // relative: from the working directory
   EXPECT_EQ(Wstring(deep), here + long_name + u"\\f");
   EXPECT_EQ(deep.path_separator(), u'/');
+}
+
+TEST(PathSystemTest, GetPathReadsTheEnvironment) {
+  const std::wstring original = _wgetenv(L"PATH") != nullptr ? _wgetenv(L"PATH") : L"";
+  ASSERT_EQ(_wputenv(L"PATH=c:\\x;\"d:\\y z\""), 0);
+  Wstring path = u"junk";
+  nym_get_path(path);
+  std::vector<Wstring> dirs;
+  nym_parse_path(path, dirs);
+  EXPECT_EQ(dirs, (std::vector<Wstring>{u"c:\\x", u"d:y z"})) << "nym_unquote reads \\y as y";
+  ASSERT_EQ(_wputenv(L"PATH="), 0);
+  nym_get_path(path);
+  EXPECT_EQ(path, u"") << "an unset variable clears the output";
+  _wputenv((L"PATH=" + original).c_str());
 }
 
 }  // namespace

@@ -68,5 +68,9 @@ TEST(MultiEventTest, WaitsOnUpTo64AndAnswersTheLowestSignalled) {
   EXPECT_FALSE(group.wait_for_all(10));
   events[0].signal();
   EXPECT_TRUE(group.wait_for_all(0) && !automatic.signaled()) << "takes the auto-reset event's signal";
+  automatic.signal();
+  group.wait_for_all();  // without a limit
+  group.wait_for_one(index);
+  EXPECT_EQ(index, 0u);
 }
 #endif

@@ -7,9 +7,12 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <memory>
 #include <string>
 
+#include "nym/acl.h"
 #include "nym/event.h"
+#include "nym/security.h"
 #include "nym/thread.h"
 #include "test_helpers.h"
 
@@ -100,12 +103,38 @@ TEST(ThreadControlTest, PrioritySuspendAndKillActOnTheThreadsHandle) {
   }
   CloseHandle(handle);
 
+  Nym_security security;
+  thread.add_security(security, status);
+  std::unique_ptr<Nym_acl> acl(security.get_disc_acl(status));
+  EXPECT_TRUE(status.ok() && acl != nullptr) << "the thread's own list is read through its handle";
+
   const unsigned int id = thread.thread_id();
   thread.kill(status);
   EXPECT_TRUE(status.is_clear());
   EXPECT_EQ(thread.state(), NYM_THREAD_KILLED);
   EXPECT_TRUE(thread.wait(20000, status));
   EXPECT_EQ(nym_thread_object(id), nullptr);
+}
+
+// The thread's apartment is the one asked for: asking for the other model in the thread is
+// refused, asking again for the same says it is there already.
+TEST(ThreadControlTest, TheComponentRuntimeIsInitialisedAsAsked) {
+  const HRESULT cases[][2] = {
+      {NYM_THREAD_COM_NONE, S_OK}, {NYM_THREAD_COM_APARTMENT, RPC_E_CHANGED_MODE}, {NYM_THREAD_COM_MULTI, S_FALSE}, {7, S_OK}};
+  for (const auto& c : cases) {
+    HRESULT seen = E_FAIL;
+    Nym_status status;
+    Nym_thread thread(
+        [](void* raw) {
+          const HRESULT hr = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+          if (SUCCEEDED(hr)) CoUninitialize();
+          *static_cast<HRESULT*>(raw) = hr;
+        },
+        &seen, status, false, 0, false, nullptr, static_cast<Nym_thread_COM>(c[0]));
+    EXPECT_TRUE(status.is_clear());
+    thread.wait(status);
+    EXPECT_EQ(seen, c[1]) << c[0];
+  }
 }
 
 // The creator of a thread holds the start lock until its thread has come up: a kill of the creator

@@ -361,11 +361,7 @@ uint64 Nym_buffer::read_contiguous(bool wait, int64& position, uint64 count, voi
         position += static_cast<int64>(n);
         break;
       }
-      if (!wait || !has_writer()) {
-        status = NYM_S_END_OF_DATA;
-        break;
-      }
-      this->wait();
+      if (!wait_for_data(wait, status)) break;
     }
   } catch (...) {
     read_unlock();

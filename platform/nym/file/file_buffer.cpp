@@ -101,12 +101,8 @@ uint64 Nym_file_buffer::read(bool wait, int64& position, uint64 count, void* dat
           break;
         }
         if (got > 0 || (status.is_error() && status != NYM_S_END_OF_DATA)) break;
-        if (!wait || !has_writer()) {
-          status = NYM_S_END_OF_DATA;
-          break;
-        }
+        if (!wait_for_data(wait, status)) break;
         status.clear();
-        this->wait();
       }
     }
   } catch (...) {

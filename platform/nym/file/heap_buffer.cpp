@@ -237,12 +237,10 @@ uint64 Nym_heap_buffer::read(bool wait, int64& position, uint64 count, void* dat
   }
   read_lock();
   while (position >= m_length) {
-    if (!wait || !has_writer()) {
-      status = NYM_S_END_OF_DATA;
+    if (!wait_for_data(wait, status)) {
       read_unlock();
       return 0;
     }
-    this->wait();
   }
   const uint64 n = std::min<uint64>(std::min<uint64>(count, MAX_POSITION), static_cast<uint64>(m_length - position));
   copy_from(static_cast<unsigned char*>(data), n, position, status);

@@ -125,6 +125,16 @@ class NYM_API Nym_buffer {
 
   // Whether a writer is connected (an atomic read): a reader at the end sleeps only then.
   bool has_writer() const { return num_ostream() != 0; }
+  // A read that found the end, with its read lock held: sleeps in wait() and answers true (look
+  // again) while `wait` is set and a writer is connected; otherwise NYM_S_END_OF_DATA and false.
+  bool wait_for_data(bool wait, Nym_status& status) const {
+    if (!wait || !has_writer()) {
+      status = NYM_S_END_OF_DATA;
+      return false;
+    }
+    this->wait();
+    return true;
+  }
   // The usual seek of a store whose current length is `end` (see the class comment).
   static void seek_within(Nym_seek_mode mode, int64 offset, int64& position, int64 end, Nym_status& status);
   // Raises std::out_of_range for a count above 0x7FFFFFFFFFFFFFFF.
