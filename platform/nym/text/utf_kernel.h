@@ -1,7 +1,12 @@
 // What the whole-text conversion kernels share (internal): the vector instructions the build
 // may use, the output blocks, the scalar steps every kernel falls back on, and the kernels
-// themselves, one file each (utf_kernel_baseline.cpp, utf_kernel_ssse3.cpp), chosen in
-// utf_dispatch.cpp.
+// themselves, chosen in utf_dispatch.cpp: one file per instruction set (utf_kernel_baseline.cpp,
+// utf_kernel_ssse3.cpp), or per direction and instruction set for the wide ones
+// (utf8_to_utf16_avx2.cpp and so on).
+//
+// The wide kernels take their instructions from target attributes, never from per-file
+// compiler flags: inline functions of the standard headers compiled with AVX flags could be
+// the copy the linker keeps for the whole program.
 #ifndef NYM_TEXT_UTF_KERNEL_H
 #define NYM_TEXT_UTF_KERNEL_H
 
@@ -15,6 +20,10 @@
 #if defined(__GNUC__) || defined(__clang__)
 #define NYM_UTF_SSSE3 1
 #define NYM_TARGET_SSSE3 __attribute__((target("ssse3")))
+#define NYM_UTF_AVX 1
+#define NYM_TARGET_AVX2 __attribute__((target("avx2,bmi,bmi2,popcnt,lzcnt")))
+#define NYM_TARGET_AVX512 \
+  __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,avx2,bmi,bmi2,popcnt,lzcnt")))
 #endif
 #endif
 
@@ -122,6 +131,17 @@ void utf16_to_utf8_baseline(const Wchar* p, const Wchar* end, Nstring& out);
 NYM_TARGET_SSSE3 const unsigned char* utf8_to_utf16_ssse3(const unsigned char* p, const unsigned char* end,
                                                            Wstring& out);
 NYM_TARGET_SSSE3 void utf16_to_utf8_ssse3(const Wchar* p, const Wchar* end, Nstring& out);
+#endif
+
+#if defined(NYM_UTF_AVX)
+// 32-byte blocks; only on a processor with AVX2, BMI1, BMI2, POPCNT and LZCNT.
+NYM_TARGET_AVX2 const unsigned char* utf8_to_utf16_avx2(const unsigned char* p, const unsigned char* end,
+                                                         Wstring& out);
+NYM_TARGET_AVX2 void utf16_to_utf8_avx2(const Wchar* p, const Wchar* end, Nstring& out);
+// 64-byte blocks; only with AVX-512 F, BW, VL, VBMI and VBMI2 as well.
+NYM_TARGET_AVX512 const unsigned char* utf8_to_utf16_avx512(const unsigned char* p, const unsigned char* end,
+                                                             Wstring& out);
+NYM_TARGET_AVX512 void utf16_to_utf8_avx512(const Wchar* p, const Wchar* end, Nstring& out);
 #endif
 
 }  // namespace nym::impl
