@@ -31,7 +31,7 @@ void decrement_unless_zero(volatile int& word) {
   }
 }
 
-// Words shared without a lock: m_group_in and m_writer_thread.
+// m_writer_thread: set under the spin word, read without it as well.
 template <class T>
 T load_shared(const T& word) {
   return __atomic_load_n(&word, __ATOMIC_ACQUIRE);
@@ -162,6 +162,13 @@ void Nym_buffer::read_lock() const {
   // and opening the group now would let other readers in beside the write.
   if (load_shared(m_writer_thread) == self) return;
   take_spin();
+  // A writer is in: wait for it on its lock (never with the spin word held), then look again.
+  while (load_shared(m_writer_thread) != 0) {
+    release_spin();
+    m_writer_lock.lock();
+    m_writer_lock.unlock();
+    take_spin();
+  }
   Reader_thread* const entry = reader_entry(self);
   if (entry != nullptr) {
     ++entry->depth;
@@ -175,10 +182,7 @@ void Nym_buffer::read_lock() const {
       throw;
     }
   }
-  if (m_readers++ == 0) {
-    m_writer_lock.lock();
-    store_shared(m_group_in, 1);
-  }
+  ++m_readers;
   release_spin();
 }
 
@@ -198,8 +202,6 @@ void Nym_buffer::read_unlock() const {
   }
   void* writer = nullptr;
   if (m_readers != 0 && --m_readers == 0) {
-    store_shared(m_group_in, 0);
-    m_writer_lock.unlock();
     writer = m_writer_waiter;
     m_writer_waiter = nullptr;
   }
@@ -214,25 +216,26 @@ void Nym_buffer::write_lock() const {
     ++m_writer_depth;
     return;
   }
-  // A reader of this buffer would wait for itself to leave, for ever. A thread that reads
-  // sees the group in, as it is part of it.
-  if (load_shared(m_group_in) != 0) {
-    take_spin();
-    const bool reading = reader_entry(self) != nullptr;
-    release_spin();
-    if (reading) throw std::logic_error("Nym_buffer::write_lock - this thread holds a read lock on the buffer.");
-  }
+  // A reader of this buffer would wait for itself to leave, for ever; looked at before the
+  // writer lock, which another writer waiting for this reader may hold.
+  take_spin();
+  const bool reading = m_readers != 0 && reader_entry(self) != nullptr;
+  release_spin();
+  if (reading) throw std::logic_error("Nym_buffer::write_lock - this thread holds a read lock on the buffer.");
+  m_writer_lock.lock();
   for (;;) {
-    m_writer_lock.lock();
-    if (load_shared(m_group_in) == 0) break;
-    // The recursive lock let this thread in only because it was the first reader of a group
-    // that is still reading, and holds the lock on the group's behalf: give the recursion back
-    // and wait, as any other writer does, for the last reader to leave.
-    m_writer_lock.unlock();
+    take_spin();
+    if (m_readers == 0) {
+      // Marked under the spin word, where readers count themselves in: from here no reader
+      // enters until write_unlock.
+      store_shared(m_writer_thread, self);
+      release_spin();
+      break;
+    }
+    release_spin();
     wait_for_readers(self);
   }
   m_writer_depth = 1;
-  store_shared(m_writer_thread, self);
 }
 
 void Nym_buffer::write_unlock() const {
@@ -246,7 +249,7 @@ void Nym_buffer::wait_for_readers(std::uintptr_t self) const {
     impl::yield_processor();  // nobody could wake this thread: poll
     return;
   }
-  // Only the thread that holds the writer lock for the group gets here, so the slot is free.
+  // Only the thread that holds the writer lock gets here, so the slot is free.
   take_spin();
   const bool readers_in = m_readers != 0;
   if (readers_in) {

@@ -6,17 +6,16 @@
 // against a group of readers, and the hand-over that lets a reader at the end of the data
 // sleep until the writer writes or leaves. Stores provide read, write, seek and truncate.
 //
-// Locking: readers share the store and shut the writer out as a group. The first reader in
-// takes the writer lock (a Nym_critical) on behalf of all, the last one out releases it, and
-// a spin word guards the reader count, the threads that hold read locks and the lists of
-// sleepers. A writer waits until the last reader has left, also when its own thread was the
-// group's first reader (the recursive lock would let it in at once): it then sleeps until the
-// last reader out wakes it. A read inside the writer's own write lock is covered by that lock.
-// A write by a thread that holds a read lock on the same buffer would wait for itself for
-// ever: it raises std::logic_error instead. The writer lock is taken only while the spin word
-// is held on the read side, the spin word never while the writer lock is held for a write,
-// and nothing else is locked under either. Connection counts are atomic and read without a
-// lock.
+// Locking: readers share the store and shut the writer out as a group. Readers count
+// themselves in and out under a spin word, which also guards the threads that hold read locks
+// and the lists of sleepers. A writer takes the writer lock (a recursive Nym_critical) against
+// other writers, then enters once no reader is in, marking itself under the spin word; until
+// then it sleeps, and the last reader out wakes it. A reader that finds a writer in waits on
+// the writer lock, never with the spin word held. A read inside the writer's own write lock is
+// covered by that lock. A write by a thread that holds a read lock on the same buffer would
+// wait for itself for ever: it raises std::logic_error instead. Lock order: writer lock, then
+// spin word; nothing else is locked under either. Connection counts are atomic and read
+// without a lock.
 //
 // Every store's read and write follow the same rules, so that streams need not know the store:
 // - read clears the status, holds the read lock, copies what lies between the position and the
@@ -211,10 +210,8 @@ class NYM_API Nym_buffer {
   mutable Reader_thread m_reader_slots[READER_SLOTS] = {};
   mutable unsigned int m_reader_slots_used = 0;
   mutable std::vector<Reader_thread> m_more_readers;
-  // 1 while the reader group holds the writer lock; read without the spin word.
-  mutable int m_group_in = 0;
-  // The thread holding the writer lock for writing (0: none), read without a lock, and how
-  // often it holds it.
+  // The writer that is in (0: none): set under the spin word, read without it as well; and how
+  // often it holds the writer lock.
   mutable std::uintptr_t m_writer_thread = 0;
   mutable unsigned int m_writer_depth = 0;
   // The writer asleep in wait_for_readers, and its thread (under the spin word).
