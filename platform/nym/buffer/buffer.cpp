@@ -192,12 +192,15 @@ void Nym_buffer::read_unlock() const {
   take_spin();
   Reader_thread* const entry = reader_entry(self);
   if (entry != nullptr && --entry->depth == 0) {
-    // The last entry fills the gap, from the vector while it holds any.
+    // The last entry fills the gap, from the vector while it holds any. The usual reader is
+    // the last entry itself and copies nothing: reading back the entry just written would stall
+    // the path on a store that has not reached the cache.
     if (!m_more_readers.empty()) {
-      *entry = m_more_readers.back();
+      if (entry != &m_more_readers.back()) *entry = m_more_readers.back();
       m_more_readers.pop_back();
     } else {
-      *entry = m_reader_slots[--m_reader_slots_used];
+      const Reader_thread* const last = &m_reader_slots[--m_reader_slots_used];
+      if (entry != last) *entry = *last;
     }
   }
   void* writer = nullptr;
