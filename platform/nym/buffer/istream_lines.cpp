@@ -76,11 +76,12 @@ class Line_end_scan {
         m_cr(swap ? static_cast<Unit>(0x0D00) : static_cast<Unit>(0x0D)),
         m_lf(swap ? static_cast<Unit>(0x0A00) : static_cast<Unit>(0x0A)) {}
 
-  // Looks on through the first `whole` units of `area`, up to the first line end.
-  void scan(const Unit* area, uint64 whole) {
+  // Looks on through the first `whole` units of the line, up to the first line end; `area`
+  // holds the units from `first` on (first <= seen()).
+  void scan(const Unit* area, uint64 whole, uint64 first = 0) {
     while (m_seen < whole && !m_found) {
       if (m_after_cr) {
-        const Unit c = area[m_seen];
+        const Unit c = area[m_seen - first];
         if (m_rule == NYM_EOL_CRLF) {
           if (c == m_lf) found(NYM_EOL_CRLF, m_seen - 1, 2);
           m_after_cr = c == m_cr;
@@ -94,13 +95,15 @@ class Line_end_scan {
         continue;
       }
       // In the normal state only CR and LF matter: skip to the next of them.
-      m_seen = m_rule == NYM_EOL_LF                             ? find_either<false>(area, m_seen, whole, m_lf, m_lf)
-               : m_rule == NYM_EOL_CR || m_rule == NYM_EOL_CRLF ? find_either<false>(area, m_seen, whole, m_cr, m_cr)
-                                                                : find_either<true>(area, m_seen, whole, m_cr, m_lf);
+      const uint64 from = m_seen - first;
+      const uint64 to = whole - first;
+      m_seen = first + (m_rule == NYM_EOL_LF                             ? find_either<false>(area, from, to, m_lf, m_lf)
+                        : m_rule == NYM_EOL_CR || m_rule == NYM_EOL_CRLF ? find_either<false>(area, from, to, m_cr, m_cr)
+                                                                         : find_either<true>(area, from, to, m_cr, m_lf));
       if (m_seen == whole) break;
       if (m_rule == NYM_EOL_CR || m_rule == NYM_EOL_LF) {
         found(m_rule, m_seen, 1);
-      } else if (m_rule != NYM_EOL_CRLF && area[m_seen] == m_lf) {  // any; an unknown rule reads as any
+      } else if (m_rule != NYM_EOL_CRLF && area[m_seen - first] == m_lf) {  // any; an unknown rule reads as any
         found(NYM_EOL_LF, m_seen, 1);
       } else {
         m_after_cr = true;
@@ -208,10 +211,18 @@ Nym_eol Nym_istream::read_line(int64 position, bool advance, bool swap, uint64 m
       const unsigned char* in_window = window != nullptr ? window->window_from(at, held) : nullptr;
       if (in_window != nullptr) {
         held = std::min(held, look * unit - bytes);
+        // Looked at in the window first where whole units line up, so that only the part the
+        // line takes is copied, not the whole window.
+        const bool in_place = bytes % unit == 0 && reinterpret_cast<std::uintptr_t>(in_window) % alignof(Unit) == 0;
+        if (in_place) {
+          const uint64 first = bytes / unit;
+          scan.scan(reinterpret_cast<const Unit*>(in_window), first + held / unit, first);
+          if (scan.ended()) held = (scan.seen() - first) * unit;
+        }
         ensure_area(std::max(bytes + held, std::min(look * unit, m_line_area_size * 2)));
         std::memcpy(static_cast<unsigned char*>(m_line_area) + bytes, in_window, held);
         bytes += held;
-        scan.scan(static_cast<const Unit*>(m_line_area), bytes / unit);
+        if (!in_place) scan.scan(static_cast<const Unit*>(m_line_area), bytes / unit);
         continue;
       }
       const uint64 want =
@@ -236,7 +247,9 @@ Nym_eol Nym_istream::read_line(int64 position, bool advance, bool swap, uint64 m
   scan.finish();
   scan.cut(limit);
 
-  line.assign(units, static_cast<std::size_t>(scan.line_length()));
+  // Appending to the emptied line skips the overlap checks of a general replace.
+  line.clear();
+  line.append(units, static_cast<std::size_t>(scan.line_length()));
   if constexpr (sizeof(Unit) == 2) {
     if (swap) {
       for (auto& c : line) c = impl::swap_unit(c);
