@@ -2,6 +2,7 @@
 // questions the streams ask.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -120,6 +121,23 @@ TEST(StreamHelpersTest, CopyInPlaceAsThroughTheBlock) {
   out.stream.seek(int64{10});
   nym_copy_stream(in, out.stream, out.status);
   EXPECT_EQ(out.text, data.substr(0, 10) + data.substr(0, 1000));
+
+  // A store derived from the memory store is read with its own read, never in place.
+  struct Shouting_store : Nym_raw_memory_buffer {
+    using Nym_raw_memory_buffer::Nym_raw_memory_buffer;
+    uint64 read(bool wait, int64& position, uint64 count, void* bytes, Nym_status& status) const override {
+      const uint64 n = Nym_raw_memory_buffer::read(wait, position, count, bytes, status);
+      for (uint64 i = 0; i < n; ++i) static_cast<char*>(bytes)[i] = static_cast<char>(std::toupper(static_cast<char*>(bytes)[i]));
+      return n;
+    }
+  };
+  const std::string quiet = "quiet";
+  Shouting_store shouting(quiet.size(), reinterpret_cast<const unsigned char*>(quiet.data()),
+                          Nym_raw_memory_buffer::KEEP_MEMORY);
+  Nym_unbuffered_istream loud(shouting, false, out.status);
+  Output shouted;
+  nym_copy_stream(loud, shouted.stream, shouted.status);
+  EXPECT_EQ(shouted.text, "QUIET");
 }
 
 TEST(StreamHelpersTest, CountAndSkipLines) {
