@@ -8,6 +8,10 @@
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
+#if defined(__GNUC__) || defined(__clang__)
+#include <immintrin.h>
+#define NYM_LINES_AVX2 1
+#endif
 #endif
 
 #include "nym/istream.h"
@@ -37,10 +41,56 @@ unsigned hits_in(const Unit* at, __m128i a, __m128i b) {
 }
 #endif
 
+#if defined(NYM_LINES_AVX2)
+#define NYM_TARGET_AVX2 __attribute__((target("avx2")))
+
+template <class Unit>
+NYM_TARGET_AVX2 inline __m256i spread_avx2(Unit u) {
+  return sizeof(Unit) == 1 ? _mm256_set1_epi8(static_cast<char>(u)) : _mm256_set1_epi16(static_cast<short>(u));
+}
+
+// Where thirty-two bytes hold `a` (or `b`, with `Two`): one bit per byte.
+template <class Unit, bool Two>
+NYM_TARGET_AVX2 inline std::uint32_t hits_in_avx2(const Unit* at, __m256i a, __m256i b) {
+  const __m256i units = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
+  const __m256i hit_a = sizeof(Unit) == 1 ? _mm256_cmpeq_epi8(units, a) : _mm256_cmpeq_epi16(units, a);
+  if (!Two) return static_cast<std::uint32_t>(_mm256_movemask_epi8(hit_a));
+  const __m256i hit_b = sizeof(Unit) == 1 ? _mm256_cmpeq_epi8(units, b) : _mm256_cmpeq_epi16(units, b);
+  return static_cast<std::uint32_t>(_mm256_movemask_epi8(_mm256_or_si256(hit_a, hit_b)));
+}
+
+// Sixty-four bytes a step on a processor with AVX2, where long lines spend their time: the
+// first hit, or where fewer than sixty-four bytes are left before `to`.
+template <bool Two, class Unit>
+NYM_TARGET_AVX2 uint64 find_either_avx2(const Unit* area, uint64 from, uint64 to, Unit a, Unit b) {
+  constexpr uint64 per = 32 / sizeof(Unit);
+  const __m256i want_a = spread_avx2(a);
+  const __m256i want_b = spread_avx2(b);
+  for (; to - from >= 2 * per; from += 2 * per) {
+    const std::uint64_t both = hits_in_avx2<Unit, Two>(area + from, want_a, want_b) |
+                               (static_cast<std::uint64_t>(hits_in_avx2<Unit, Two>(area + from + per, want_a, want_b)) << 32);
+    if (both != 0) return from + static_cast<uint64>(__builtin_ctzll(both)) / sizeof(Unit);
+  }
+  return from;
+}
+
+bool has_avx2() {
+  static const bool avx2 = __builtin_cpu_supports("avx2") != 0;
+  return avx2;
+}
+#endif
+
 // The index of the first `a` (or `b`, with `Two`) in [from, to), or `to`: thirty-two bytes a
-// step, never reading past `to` (the system's memchr may go a byte at a time).
+// step (sixty-four with AVX2), never reading past `to` (the system's memchr may go a byte at a
+// time).
 template <bool Two, class Unit>
 uint64 find_either(const Unit* area, uint64 from, uint64 to, Unit a, Unit b) {
+#if defined(NYM_LINES_AVX2)
+  if ((to - from) * sizeof(Unit) >= 64 && has_avx2()) {
+    from = find_either_avx2<Two>(area, from, to, a, b);
+    if (from < to && (area[from] == a || (Two && area[from] == b))) return from;
+  }
+#endif
 #if defined(__SSE2__)
   constexpr uint64 per = 16 / sizeof(Unit);
   const auto spread = [](Unit u) {
