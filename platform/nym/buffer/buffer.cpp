@@ -132,13 +132,17 @@ inline void Nym_buffer::take_spin() const {
   if (__atomic_compare_exchange_n(&m_spin, &free_word, 1, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED)) return;
   const bool alone = processors() < 2;
   for (;;) {
-    if (alone) {
-      impl::yield_processor();
-    } else {
+    // Waits with plain reads, which leave the word's line shared, and tries again only once it
+    // looks free: a compare-exchange in the loop would take the line from its holder each time.
+    do {
+      if (alone) {
+        impl::yield_processor();
+      } else {
 #if defined(__x86_64__) || defined(__i386__)
-      __builtin_ia32_pause();
+        __builtin_ia32_pause();
 #endif
-    }
+      }
+    } while (__atomic_load_n(&m_spin, __ATOMIC_RELAXED) != 0);
     free_word = 0;
     if (__atomic_compare_exchange_n(&m_spin, &free_word, 1, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED)) return;
   }
