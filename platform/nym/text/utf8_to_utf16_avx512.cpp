@@ -1,13 +1,149 @@
-// PLACEHOLDER until the AVX512 kernel lands: the SSSE3 kernel's output.
+// The AVX-512 kernel from UTF-8: 64-byte blocks classified once into byte masks. Each unit is
+// computed in the 16-bit lane of the byte that ends it, and a compress packs those lanes; the
+// scalar steps take each fault the masks find, and the vector resumes right after it.
 #include "text/utf_kernel.h"
 
 #if defined(NYM_UTF_AVX)
 
+#include <immintrin.h>
+
+// GCC 12's intrinsics start some results from a vector it leaves undefined on purpose.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+
 namespace nym::impl {
 
+namespace {
+
+// Byte indexes for the 32 lanes of each half: [j, j - 1] gives a lane its byte and the one
+// before, [j - 2] the byte two back (a block starts a sequence, so lane 0's wrap is never kept).
+struct Lane_indexes {
+  alignas(64) unsigned char pair[2][64];
+  alignas(64) unsigned char third[2][64];
+};
+
+constexpr Lane_indexes make_lane_indexes() {
+  Lane_indexes t{};
+  for (unsigned half = 0; half < 2; ++half) {
+    for (unsigned lane = 0; lane < 32; ++lane) {
+      const unsigned j = 32 * half + lane;
+      t.pair[half][2 * lane] = static_cast<unsigned char>(j);
+      t.pair[half][2 * lane + 1] = static_cast<unsigned char>((j + 63) & 63);
+      t.third[half][2 * lane] = static_cast<unsigned char>((j + 62) & 63);
+      t.third[half][2 * lane + 1] = static_cast<unsigned char>((j + 62) & 63);
+    }
+  }
+  return t;
+}
+
+constexpr Lane_indexes LANE_INDEXES = make_lane_indexes();
+
+NYM_TARGET_AVX512 inline Byte_classes classify(__m512i x) {
+  Byte_classes c;
+  c.high = _mm512_movepi8_mask(x);
+  c.cont = _mm512_cmplt_epi8_mask(x, _mm512_set1_epi8(-64));
+  c.three = _mm512_cmpge_epu8_mask(x, _mm512_set1_epi8(-32));
+  c.four = _mm512_cmpge_epu8_mask(x, _mm512_set1_epi8(-16));
+  if (c.four != 0) {
+    c.odd = _mm512_cmpge_epu8_mask(x, _mm512_set1_epi8(-8));
+    c.f0 = _mm512_cmpeq_epi8_mask(x, _mm512_set1_epi8(-16));
+    c.small = _mm512_cmplt_epu8_mask(x, _mm512_set1_epi8(-112));
+  }
+  return c;
+}
+
+// Lane masks of one half (bit j: the byte at 32 * half + j ends...).
+struct Lane_kinds {
+  std::uint64_t ascii, two, low, high;
+};
+
+// The units of one half's 32 lanes, packed to q: the lanes `keep` end units.
+NYM_TARGET_AVX512 inline Wchar* decode_half(__m512i x, __m256i bytes, unsigned half, const Lane_kinds& kinds,
+                                            bool pairs, std::uint64_t keep, Wchar* q) {
+  const unsigned shift = 32 * half;
+  const auto lanes = [shift](std::uint64_t m) { return static_cast<__mmask32>(m >> shift); };
+  const __m512i pair = _mm512_permutexvar_epi8(_mm512_load_si512(LANE_INDEXES.pair[half]), x);
+  const __m512i third = _mm512_permutexvar_epi8(_mm512_load_si512(LANE_INDEXES.third[half]), x);
+  // The low six bits of this byte and the one before (a 110xxxxx lead has bit 5 clear, so the
+  // same mask serves leads and continuations), weighted 1 and 64.
+  const __m512i two = _mm512_maddubs_epi16(_mm512_and_si512(pair, _mm512_set1_epi16(0x3F3F)),
+                                           _mm512_set1_epi16(0x4001));
+  // Shifting by 12 keeps the low four bits of a three-byte lead.
+  const __m512i three = _mm512_add_epi16(two, _mm512_slli_epi16(third, 12));
+  __m512i units = _mm512_mask_mov_epi16(three, lanes(kinds.two), two);
+  units = _mm512_mask_mov_epi16(units, lanes(kinds.ascii), _mm512_cvtepu8_epi16(bytes));
+  if (pairs) {
+    // (a & b) | c: the ten bits of each half of a pair under its surrogate prefix. The high
+    // half holds bits 20..10 of the value less 0x40 (the 0x10000 a pair leaves out).
+    const __m512i ten = _mm512_set1_epi16(0x3FF);
+    const __m512i low = _mm512_ternarylogic_epi32(two, ten, _mm512_set1_epi16(static_cast<short>(0xDC00)), 0xEA);
+    const __m512i high = _mm512_ternarylogic_epi32(_mm512_sub_epi16(_mm512_srli_epi16(three, 4), _mm512_set1_epi16(0x40)),
+                                                   ten, _mm512_set1_epi16(static_cast<short>(0xD800)), 0xEA);
+    units = _mm512_mask_mov_epi16(units, lanes(kinds.low), low);
+    units = _mm512_mask_mov_epi16(units, lanes(kinds.high), high);
+  }
+  const __mmask32 kept = lanes(keep);
+  _mm512_storeu_si512(q, _mm512_maskz_compress_epi16(kept, units));
+  return q + _mm_popcnt_u32(kept);
+}
+
+// The units of the whole sequences of a block whose bytes `keep` end units; writes up to 64
+// units at q.
+NYM_TARGET_AVX512 inline Wchar* decode_block(__m512i x, const Byte_classes& c, std::uint64_t keep, Wchar* q) {
+  const std::uint64_t lead = c.high & ~c.cont;
+  const Lane_kinds kinds{~c.high, (lead & ~c.three) << 1, c.four << 3, c.four << 2};
+  const bool pairs = c.four != 0;
+  q = decode_half(x, _mm512_castsi512_si256(x), 0, kinds, pairs, keep, q);
+  if ((keep >> 32) == 0) return q;
+  return decode_half(x, _mm512_extracti64x4_epi64(x, 1), 1, kinds, pairs, keep, q);
+}
+
+NYM_TARGET_AVX512 inline void widen(__m512i x, Wchar* q) {
+  _mm512_storeu_si512(q, _mm512_cvtepu8_epi16(_mm512_castsi512_si256(x)));
+  _mm512_storeu_si512(q + 32, _mm512_cvtepu8_epi16(_mm512_extracti64x4_epi64(x, 1)));
+}
+
+}  // namespace
+
 NYM_TARGET_AVX512 const unsigned char* utf8_to_utf16_avx512(const unsigned char* p, const unsigned char* end,
-                                                         Wstring& out) {
-  return utf8_to_utf16_ssse3(p, end, out);
+                                                             Wstring& out) {
+  Wchar block[BLOCK + SLACK];
+  while (p < end) {
+    Wchar* q = block;
+    // A step writes at most 64 units, or a little more when the scalar steps take a fault.
+    Wchar* const limit = block + BLOCK - 64;
+    while (p < end && q < limit) {
+      const std::size_t left = static_cast<std::size_t>(end - p);
+      // The text's last bytes come through a masked load, which reads nothing past them.
+      const unsigned bytes = left >= 64 ? 64u : static_cast<unsigned>(left);
+      const __m512i x = left >= 64 ? _mm512_loadu_si512(p) : _mm512_maskz_loadu_epi8(_bzhi_u64(~0ull, bytes), p);
+      if (_mm512_movepi8_mask(x) == 0) {
+        widen(x, q);
+        p += bytes;
+        q += bytes;
+        continue;
+      }
+      const Byte_classes c = classify(x);
+      const std::uint64_t faults = window_faults(c, bytes);
+      const unsigned first_fault = faults != 0 ? static_cast<unsigned>(_tzcnt_u64(faults)) : bytes;
+      std::uint64_t keep = 0;
+      const unsigned k = window_cut(c, first_fault, keep);
+      if (k != 0) q = decode_block(x, c, keep, q);
+      const unsigned char* const base = p;
+      p += k;
+      // A sequence cut by the block's end waits for the next block.
+      if (k == bytes || (faults == 0 && bytes == 64)) continue;
+      // A fault, or a sequence cut by the end of the text (the walker takes its continuation
+      // bytes from beyond): the scalar steps, past the fault; at least 16 bytes of them when
+      // the fault came early, so that dense faults cost no block test per byte.
+      const std::size_t run = first_fault < 16 ? 16 : first_fault + 1;
+      const unsigned char* const stop = base + (run < left ? run : left);
+      while (p < stop) q = utf8_char_to_utf16(p, end, q);
+    }
+    out.append(block, static_cast<std::size_t>(q - block));
+  }
+  return p;
 }
 
 }  // namespace nym::impl

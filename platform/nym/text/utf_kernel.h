@@ -48,6 +48,43 @@ inline unsigned lowest_bit(unsigned mask) {
 #endif
 }
 
+#if defined(NYM_UTF_SSSE3)
+// Byte classes of up to 64 bytes of UTF-8 as bit masks: 80 and above, continuation 80..BF,
+// leads of three and four bytes (and more), leads F8..FF, F0, and bytes below 90.
+struct Byte_classes {
+  std::uint64_t high = 0, cont = 0, three = 0, four = 0, odd = 0, f0 = 0, small = 0;
+};
+
+// The bytes of the first `bytes` where the walker's output is not the plain formula of the
+// block steps: a lead without its continuation bytes, a stray continuation byte, a lead
+// F8..FF, and F0 before 80..8F (an overlong that gives one unit, not a pair). A sequence cut
+// by the end is none of these.
+inline std::uint64_t window_faults(const Byte_classes& c, unsigned bytes) {
+  const std::uint64_t all = bytes >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << bytes) - 1;
+  const std::uint64_t lead = c.high & ~c.cont;
+  const std::uint64_t expected = (lead << 1) | (c.three << 2) | (c.four << 3);
+  return ((expected ^ c.cont) | c.odd | ((c.f0 << 1) & c.small)) & all;
+}
+
+// How many of the first `bytes` (which hold no fault) decode as whole sequences, and the
+// bytes that end units: each sequence's last byte, and a pair's high half at the byte before.
+// A sequence cut by the end waits for the next window.
+inline unsigned window_cut(const Byte_classes& c, unsigned bytes, std::uint64_t& keep) {
+  if (bytes == 0) return 0;
+  const std::uint64_t all = bytes >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << bytes) - 1;
+  const std::uint64_t starts = ~c.cont & all;
+  // Only the last sequence can be cut: every byte before the end is as its lead announces.
+  const unsigned last = 63u - static_cast<unsigned>(__builtin_clzll(starts));
+  const unsigned length = 1 + static_cast<unsigned>(((c.high & ~c.cont) >> last) & 1) +
+                          static_cast<unsigned>((c.three >> last) & 1) + static_cast<unsigned>((c.four >> last) & 1);
+  const unsigned k = last + length > bytes ? last : bytes;
+  if (k == 0) return 0;
+  const std::uint64_t taken = k >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << k) - 1;
+  keep = ((starts >> 1) | (std::uint64_t{1} << (k - 1)) | (c.four << 2)) & taken;
+  return k;
+}
+#endif
+
 // One character of UTF-8 at p (p < end) as UTF-16 at q: well-formed sequences inline while
 // four bytes remain, so that they need no bounds test, everything else through the walker.
 inline Wchar* utf8_char_to_utf16(const unsigned char*& p, const unsigned char* end, Wchar* q) {
