@@ -1,13 +1,163 @@
-// PLACEHOLDER until the AVX2 kernel lands: the SSSE3 kernel's output.
+// The AVX2 kernel from UTF-8: 64-byte blocks (two 32-byte vectors) classified once into byte
+// masks; each unit is computed in the 16-bit lane of the byte that ends it, sixteen lanes at a
+// time, and a byte shuffle per eight lanes packs them. The scalar steps take each fault the
+// masks find, and the vector resumes right after it.
 #include "text/utf_kernel.h"
 
 #if defined(NYM_UTF_AVX)
 
+#include <immintrin.h>
+
+#include <cstring>
+
 namespace nym::impl {
+
+namespace {
+
+NYM_TARGET_AVX2 inline std::uint64_t bits(__m256i lo, __m256i hi) {
+  return static_cast<std::uint64_t>(static_cast<unsigned>(_mm256_movemask_epi8(lo))) |
+         static_cast<std::uint64_t>(static_cast<unsigned>(_mm256_movemask_epi8(hi))) << 32;
+}
+
+// Signed compares: 80..BF are below C0 (-64), and so on.
+NYM_TARGET_AVX2 inline std::uint64_t below(__m256i lo, __m256i hi, char v) {
+  const __m256i s = _mm256_set1_epi8(v);
+  return bits(_mm256_cmpgt_epi8(s, lo), _mm256_cmpgt_epi8(s, hi));
+}
+
+NYM_TARGET_AVX2 inline std::uint64_t above(__m256i lo, __m256i hi, char v) {
+  const __m256i s = _mm256_set1_epi8(v);
+  return bits(_mm256_cmpgt_epi8(lo, s), _mm256_cmpgt_epi8(hi, s));
+}
+
+NYM_TARGET_AVX2 inline Byte_classes classify(__m256i lo, __m256i hi) {
+  Byte_classes c;
+  c.high = bits(lo, hi);
+  c.cont = below(lo, hi, -64);
+  c.three = above(lo, hi, -33) & c.high;
+  c.four = above(lo, hi, -17) & c.high;
+  if (c.four != 0) {
+    c.odd = above(lo, hi, -9) & c.high;
+    c.f0 = bits(_mm256_cmpeq_epi8(lo, _mm256_set1_epi8(-16)), _mm256_cmpeq_epi8(hi, _mm256_set1_epi8(-16)));
+    c.small = below(lo, hi, -112);
+  }
+  return c;
+}
+
+// Sixteen bits of a mask as all-ones 16-bit lanes.
+NYM_TARGET_AVX2 inline __m256i lane_mask(std::uint64_t m) {
+  const __m256i lane_bits = _mm256_setr_epi16(1, 2, 4, 8, 16, 32, 64, 128, 256, 512, 1024, 2048, 4096, 8192,
+                                              16384, static_cast<short>(0x8000));
+  return _mm256_cmpeq_epi16(_mm256_and_si256(_mm256_set1_epi16(static_cast<short>(m & 0xFFFF)), lane_bits),
+                            lane_bits);
+}
+
+// Lane masks of the whole block: the bytes that end ASCII, two-byte sequences, and the low and
+// high halves of pairs.
+struct Lane_kinds {
+  std::uint64_t ascii, two, low, high;
+};
+
+// The units of the 16 bytes x (the bytes of the block from 16 * chunk; `before` holds the
+// 16 before them) at q: the lanes of `keep` end units.
+NYM_TARGET_AVX2 inline Wchar* decode_chunk(__m128i x, __m128i before, unsigned chunk, const Lane_kinds& kinds,
+                                           bool pairs, std::uint64_t keep, Wchar* q) {
+  const unsigned shift = 16 * chunk;
+  const __m128i b = _mm_alignr_epi8(x, before, 15);
+  const __m128i pair_lo = _mm_unpacklo_epi8(x, b);
+  const __m128i pair_hi = _mm_unpackhi_epi8(x, b);
+  const __m256i pair = _mm256_inserti128_si256(_mm256_castsi128_si256(pair_lo), pair_hi, 1);
+  const __m256i third = _mm256_cvtepu8_epi16(_mm_alignr_epi8(x, before, 14));
+  // The low six bits of this byte and the one before (a 110xxxxx lead has bit 5 clear, so the
+  // same mask serves leads and continuations), weighted 1 and 64; shifting by 12 keeps the low
+  // four bits of a three-byte lead.
+  const __m256i two = _mm256_maddubs_epi16(_mm256_and_si256(pair, _mm256_set1_epi16(0x3F3F)),
+                                           _mm256_set1_epi16(0x4001));
+  const __m256i three = _mm256_add_epi16(two, _mm256_slli_epi16(third, 12));
+  __m256i units = _mm256_blendv_epi8(three, two, lane_mask(kinds.two >> shift));
+  units = _mm256_blendv_epi8(units, _mm256_cvtepu8_epi16(x), lane_mask(kinds.ascii >> shift));
+  if (pairs) {
+    // The high half holds bits 20..10 of the value less 0x40 (the 0x10000 a pair leaves out).
+    const __m256i ten = _mm256_set1_epi16(0x3FF);
+    const __m256i low = _mm256_or_si256(_mm256_and_si256(two, ten), _mm256_set1_epi16(static_cast<short>(0xDC00)));
+    const __m256i high = _mm256_or_si256(
+        _mm256_and_si256(_mm256_sub_epi16(_mm256_srli_epi16(three, 4), _mm256_set1_epi16(0x40)), ten),
+        _mm256_set1_epi16(static_cast<short>(0xD800)));
+    units = _mm256_blendv_epi8(units, low, lane_mask(kinds.low >> shift));
+    units = _mm256_blendv_epi8(units, high, lane_mask(kinds.high >> shift));
+  }
+  const unsigned lo = static_cast<unsigned>(keep >> shift) & 0xFF;
+  const unsigned hi = static_cast<unsigned>(keep >> (shift + 8)) & 0xFF;
+  const __m256i shuffle =
+      _mm256_inserti128_si256(_mm256_castsi128_si256(_mm_load_si128(reinterpret_cast<const __m128i*>(LANE_PACKING.shuffle[lo]))),
+                              _mm_load_si128(reinterpret_cast<const __m128i*>(LANE_PACKING.shuffle[hi])), 1);
+  const __m256i packed = _mm256_shuffle_epi8(units, shuffle);
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(q), _mm256_castsi256_si128(packed));
+  q += LANE_PACKING.count[lo];
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(q), _mm256_extracti128_si256(packed, 1));
+  return q + LANE_PACKING.count[hi];
+}
+
+// The units of the whole sequences of a block whose bytes `keep` end units; writes up to 64
+// units at q. A block starts a sequence, so its first bytes need nothing before them.
+NYM_TARGET_AVX2 inline Wchar* decode_block(__m256i x0, __m256i x1, const Byte_classes& c, std::uint64_t keep,
+                                           Wchar* q) {
+  const std::uint64_t lead = c.high & ~c.cont;
+  const Lane_kinds kinds{~c.high, (lead & ~c.three) << 1, c.four << 3, c.four << 2};
+  const bool pairs = c.four != 0;
+  const __m128i chunks[4] = {_mm256_castsi256_si128(x0), _mm256_extracti128_si256(x0, 1),
+                             _mm256_castsi256_si128(x1), _mm256_extracti128_si256(x1, 1)};
+  q = decode_chunk(chunks[0], _mm_setzero_si128(), 0, kinds, pairs, keep, q);
+  for (unsigned i = 1; i < 4 && (keep >> (16 * i)) != 0; ++i) {
+    q = decode_chunk(chunks[i], chunks[i - 1], i, kinds, pairs, keep, q);
+  }
+  return q;
+}
+
+NYM_TARGET_AVX2 inline void widen(__m256i x, Wchar* q) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(q), _mm256_cvtepu8_epi16(_mm256_castsi256_si128(x)));
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(q + 16), _mm256_cvtepu8_epi16(_mm256_extracti128_si256(x, 1)));
+}
+
+}  // namespace
 
 NYM_TARGET_AVX2 const unsigned char* utf8_to_utf16_avx2(const unsigned char* p, const unsigned char* end,
                                                          Wstring& out) {
-  return utf8_to_utf16_ssse3(p, end, out);
+  Wchar block[BLOCK + SLACK];
+  // The text's last bytes go through a copy, so that no load reads past them.
+  alignas(32) unsigned char tail[64];
+  while (p < end) {
+    Wchar* q = block;
+    // A step writes at most 64 units, or a little more when the scalar steps take a fault.
+    Wchar* const limit = block + BLOCK - 64;
+    while (p < end && q < limit) {
+      const std::size_t left = static_cast<std::size_t>(end - p);
+      const unsigned bytes = left >= 64 ? 64u : static_cast<unsigned>(left);
+      const unsigned char* from = p;
+      if (bytes < 64) {
+        std::memset(tail, 0, sizeof tail);
+        std::memcpy(tail, p, bytes);
+        from = tail;
+      }
+      const __m256i x0 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+      const __m256i x1 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 32));
+      if (_mm256_movemask_epi8(_mm256_or_si256(x0, x1)) == 0) {
+        widen(x0, q);
+        widen(x1, q + 32);
+        p += bytes;
+        q += bytes;
+        continue;
+      }
+      const Byte_classes c = classify(x0, x1);
+      const Block_plan plan = plan_block(c, bytes, left);
+      if (plan.take != 0) q = decode_block(x0, x1, c, plan.keep, q);
+      const unsigned char* const stop = p + plan.scalar_end;
+      p += plan.take;
+      while (p < stop) q = utf8_char_to_utf16(p, end, q);
+    }
+    out.append(block, static_cast<std::size_t>(q - block));
+  }
+  return p;
 }
 
 }  // namespace nym::impl

@@ -125,20 +125,10 @@ NYM_TARGET_AVX512 const unsigned char* utf8_to_utf16_avx512(const unsigned char*
         continue;
       }
       const Byte_classes c = classify(x);
-      const std::uint64_t faults = window_faults(c, bytes);
-      const unsigned first_fault = faults != 0 ? static_cast<unsigned>(_tzcnt_u64(faults)) : bytes;
-      std::uint64_t keep = 0;
-      const unsigned k = window_cut(c, first_fault, keep);
-      if (k != 0) q = decode_block(x, c, keep, q);
-      const unsigned char* const base = p;
-      p += k;
-      // A sequence cut by the block's end waits for the next block.
-      if (k == bytes || (faults == 0 && bytes == 64)) continue;
-      // A fault, or a sequence cut by the end of the text (the walker takes its continuation
-      // bytes from beyond): the scalar steps, past the fault; at least 16 bytes of them when
-      // the fault came early, so that dense faults cost no block test per byte.
-      const std::size_t run = first_fault < 16 ? 16 : first_fault + 1;
-      const unsigned char* const stop = base + (run < left ? run : left);
+      const Block_plan plan = plan_block(c, bytes, left);
+      if (plan.take != 0) q = decode_block(x, c, plan.keep, q);
+      const unsigned char* const stop = p + plan.scalar_end;
+      p += plan.take;
       while (p < stop) q = utf8_char_to_utf16(p, end, q);
     }
     out.append(block, static_cast<std::size_t>(q - block));

@@ -49,6 +49,16 @@ inline unsigned lowest_bit(unsigned mask) {
 }
 
 #if defined(NYM_UTF_SSSE3)
+// A byte shuffle for each of 256 cases, and how many lanes or bytes each keeps.
+struct Shuffle_table {
+  alignas(16) unsigned char shuffle[256][16];
+  unsigned char count[256];
+};
+
+// For each set of eight 16-bit lanes (a bit per lane), the shuffle that packs those lanes to
+// the front; count is in lanes.
+extern const Shuffle_table LANE_PACKING;
+
 // Byte classes of up to 64 bytes of UTF-8 as bit masks: 80 and above, continuation 80..BF,
 // leads of three and four bytes (and more), leads F8..FF, F0, and bytes below 90.
 struct Byte_classes {
@@ -82,6 +92,31 @@ inline unsigned window_cut(const Byte_classes& c, unsigned bytes, std::uint64_t&
   const std::uint64_t taken = k >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << k) - 1;
   keep = ((starts >> 1) | (std::uint64_t{1} << (k - 1)) | (c.four << 2)) & taken;
   return k;
+}
+
+// What a wide kernel does with a block of `bytes` (64, or the text's last `left` < 64): the
+// formula takes the first `take` bytes (their units end at the bytes of `keep`), then the
+// scalar steps run to `scalar_end` bytes from the block's start (no further than `take` when
+// nothing calls for them): through the first fault, at least 16 bytes into the block so that
+// dense faults cost no block test per byte, or to the end of the text when a sequence is cut
+// there (the walker takes its continuation bytes from beyond). A sequence cut by a whole
+// block's end waits for the next block.
+struct Block_plan {
+  unsigned take = 0;
+  std::size_t scalar_end = 0;
+  std::uint64_t keep = 0;
+};
+
+inline Block_plan plan_block(const Byte_classes& c, unsigned bytes, std::size_t left) {
+  Block_plan plan;
+  const std::uint64_t faults = window_faults(c, bytes);
+  const unsigned first = faults != 0 ? static_cast<unsigned>(__builtin_ctzll(faults)) : bytes;
+  plan.take = window_cut(c, first, plan.keep);
+  plan.scalar_end = plan.take;
+  if (plan.take == bytes || (faults == 0 && bytes == 64)) return plan;
+  const std::size_t run = first < 16 ? 16 : first + 1;
+  plan.scalar_end = run < left ? run : left;
+  return plan;
 }
 #endif
 

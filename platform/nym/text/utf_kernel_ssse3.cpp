@@ -11,13 +11,6 @@ namespace nym::impl {
 
 namespace {
 
-struct Shuffle_table {
-  alignas(16) unsigned char shuffle[256][16];
-  unsigned char count[256];
-};
-
-// For each set of the eight 16-bit lanes (a bit per lane), the shuffle that packs those lanes
-// to the front; count is in lanes.
 constexpr Shuffle_table make_lane_packing() {
   Shuffle_table t{};
   for (unsigned m = 0; m < 256; ++m) {
@@ -66,7 +59,12 @@ constexpr Shuffle_table make_slot_packing() {
   return t;
 }
 
-constexpr Shuffle_table LANE_PACKING = make_lane_packing();
+}  // namespace
+
+const Shuffle_table LANE_PACKING = make_lane_packing();
+
+namespace {
+
 constexpr Shuffle_table TWO_BYTE_PACKING = make_two_byte_packing();
 constexpr Shuffle_table SLOT_PACKING = make_slot_packing();
 
