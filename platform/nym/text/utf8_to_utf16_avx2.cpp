@@ -124,30 +124,40 @@ NYM_TARGET_AVX2 inline void widen(__m256i x, Wchar* q) {
 NYM_TARGET_AVX2 const unsigned char* utf8_to_utf16_avx2(const unsigned char* p, const unsigned char* end,
                                                          Wstring& out) {
   Wchar block[BLOCK + SLACK];
-  // The text's last bytes go through a copy, so that no load reads past them.
   alignas(32) unsigned char tail[64];
   while (p < end) {
     Wchar* q = block;
     // A step writes at most 64 units, or a little more when the scalar steps take a fault.
     Wchar* const limit = block + BLOCK - 64;
-    while (p < end && q < limit) {
+    while (q < limit) {
+      // Whole blocks without faults, the path that matters, on its own.
+      if (end - p >= 64) {
+        const __m256i x0 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+        const __m256i x1 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 32));
+        if (_mm256_movemask_epi8(_mm256_or_si256(x0, x1)) == 0) {
+          widen(x0, q);
+          widen(x1, q + 32);
+          p += 64;
+          q += 64;
+          continue;
+        }
+        const Byte_classes c = classify(x0, x1);
+        if (window_faults(c, 64) == 0) {
+          const unsigned take = whole_block_take(c);
+          q = decode_block(x0, x1, c, unit_ends(c, take), q);
+          p += take;
+          continue;
+        }
+      }
+      if (p >= end) break;
+      // A block with a fault, or the text's last bytes (through a copy, so that no load reads
+      // past them).
       const std::size_t left = static_cast<std::size_t>(end - p);
       const unsigned bytes = left >= 64 ? 64u : static_cast<unsigned>(left);
-      const unsigned char* from = p;
-      if (bytes < 64) {
-        std::memset(tail, 0, sizeof tail);
-        std::memcpy(tail, p, bytes);
-        from = tail;
-      }
-      const __m256i x0 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
-      const __m256i x1 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 32));
-      if (_mm256_movemask_epi8(_mm256_or_si256(x0, x1)) == 0) {
-        widen(x0, q);
-        widen(x1, q + 32);
-        p += bytes;
-        q += bytes;
-        continue;
-      }
+      std::memset(tail, 0, sizeof tail);
+      std::memcpy(tail, p, bytes);
+      const __m256i x0 = _mm256_load_si256(reinterpret_cast<const __m256i*>(tail));
+      const __m256i x1 = _mm256_load_si256(reinterpret_cast<const __m256i*>(tail + 32));
       const Byte_classes c = classify(x0, x1);
       const Block_plan plan = plan_block(c, bytes, left);
       if (plan.take != 0) q = decode_block(x0, x1, c, plan.keep, q);

@@ -1,6 +1,7 @@
 // The AVX-512 kernel from UTF-8: 64-byte blocks classified once into byte masks. Each unit is
-// computed in the 16-bit lane of the byte that ends it, and a compress packs those lanes; the
-// scalar steps take each fault the masks find, and the vector resumes right after it.
+// computed in the 16-bit lane of the byte that ends it, from that byte and the two before it
+// (across the block's start too), and a compress packs those lanes; the scalar steps take
+// each fault the masks find, and the vector resumes right after it.
 #include "text/utf_kernel.h"
 
 #if defined(NYM_UTF_AVX)
@@ -16,8 +17,8 @@ namespace nym::impl {
 
 namespace {
 
-// Byte indexes for the 32 lanes of each half: [j, j - 1] gives a lane its byte and the one
-// before, [j - 2] the byte two back (a block starts a sequence, so lane 0's wrap is never kept).
+// Byte indexes into [previous block, block] (0..63, 64..127) for the 32 lanes of each half:
+// [j, j - 1] gives a lane its byte and the one before, [j - 2] the byte two back.
 struct Lane_indexes {
   alignas(64) unsigned char pair[2][64];
   alignas(64) unsigned char third[2][64];
@@ -27,11 +28,11 @@ constexpr Lane_indexes make_lane_indexes() {
   Lane_indexes t{};
   for (unsigned half = 0; half < 2; ++half) {
     for (unsigned lane = 0; lane < 32; ++lane) {
-      const unsigned j = 32 * half + lane;
+      const unsigned j = 64 + 32 * half + lane;
       t.pair[half][2 * lane] = static_cast<unsigned char>(j);
-      t.pair[half][2 * lane + 1] = static_cast<unsigned char>((j + 63) & 63);
-      t.third[half][2 * lane] = static_cast<unsigned char>((j + 62) & 63);
-      t.third[half][2 * lane + 1] = static_cast<unsigned char>((j + 62) & 63);
+      t.pair[half][2 * lane + 1] = static_cast<unsigned char>(j - 1);
+      t.third[half][2 * lane] = static_cast<unsigned char>(j - 2);
+      t.third[half][2 * lane + 1] = static_cast<unsigned char>(j - 2);
     }
   }
   return t;
@@ -39,13 +40,14 @@ constexpr Lane_indexes make_lane_indexes() {
 
 constexpr Lane_indexes LANE_INDEXES = make_lane_indexes();
 
-NYM_TARGET_AVX512 inline Byte_classes classify(__m512i x) {
+// `open`: the bytes of a sequence that the block before left open (0 to 3).
+NYM_TARGET_AVX512 inline Byte_classes classify(__m512i x, unsigned open) {
   Byte_classes c;
   c.high = _mm512_movepi8_mask(x);
   c.cont = _mm512_cmplt_epi8_mask(x, _mm512_set1_epi8(-64));
   c.three = _mm512_cmpge_epu8_mask(x, _mm512_set1_epi8(-32));
   c.four = _mm512_cmpge_epu8_mask(x, _mm512_set1_epi8(-16));
-  if (c.four != 0) {
+  if ((c.four | open) != 0) {
     c.odd = _mm512_cmpge_epu8_mask(x, _mm512_set1_epi8(-8));
     c.f0 = _mm512_cmpeq_epi8_mask(x, _mm512_set1_epi8(-16));
     c.small = _mm512_cmplt_epu8_mask(x, _mm512_set1_epi8(-112));
@@ -53,26 +55,44 @@ NYM_TARGET_AVX512 inline Byte_classes classify(__m512i x) {
   return c;
 }
 
-// Lane masks of one half (bit j: the byte at 32 * half + j ends...).
-struct Lane_kinds {
-  std::uint64_t ascii, two, low, high;
+// A block's bytes by the unit that ends there, counting the sequences that the block before
+// (classes `b`; empty at a walker's boundary) left open: ASCII, the end of a two-byte
+// sequence, the low and high halves of pairs, and every byte that ends a unit. `faults`
+// holds the bytes where the walker's output is not the formula's (as window_faults).
+struct Block_ends {
+  std::uint64_t ascii, two, low, high, keep, faults;
 };
 
-// The units of one half's 32 lanes, packed to q: the lanes `keep` end units.
-NYM_TARGET_AVX512 inline Wchar* decode_half(__m512i x, __m256i bytes, unsigned half, const Lane_kinds& kinds,
-                                            bool pairs, std::uint64_t keep, Wchar* q) {
+inline Block_ends block_ends(const Byte_classes& c, const Byte_classes& b) {
+  const std::uint64_t lead = c.high & ~c.cont;
+  const std::uint64_t lead_before = b.high & ~b.cont;
+  const std::uint64_t expected = (lead << 1) | (c.three << 2) | (c.four << 3) | (lead_before >> 63) |
+                                 (b.three >> 62) | (b.four >> 61);
+  Block_ends e;
+  e.faults = (expected ^ c.cont) | c.odd | (((c.f0 << 1) | (b.f0 >> 63)) & c.small);
+  e.ascii = ~c.high;
+  e.two = ((lead & ~c.three) << 1) | ((lead_before & ~b.three) >> 63);
+  e.low = (c.four << 3) | (b.four >> 61);
+  e.high = (c.four << 2) | (b.four >> 62);
+  e.keep = e.ascii | e.two | ((c.three & ~c.four) << 2) | ((b.three & ~b.four) >> 62) | e.low | e.high;
+  return e;
+}
+
+// The units of one half's 32 lanes, packed to q.
+NYM_TARGET_AVX512 inline Wchar* decode_half(__m512i before, __m512i x, __m256i bytes, unsigned half,
+                                            const Block_ends& e, bool pairs, std::uint64_t keep, Wchar* q) {
   const unsigned shift = 32 * half;
   const auto lanes = [shift](std::uint64_t m) { return static_cast<__mmask32>(m >> shift); };
-  const __m512i pair = _mm512_permutexvar_epi8(_mm512_load_si512(LANE_INDEXES.pair[half]), x);
-  const __m512i third = _mm512_permutexvar_epi8(_mm512_load_si512(LANE_INDEXES.third[half]), x);
+  const __m512i pair = _mm512_permutex2var_epi8(before, _mm512_load_si512(LANE_INDEXES.pair[half]), x);
+  const __m512i third = _mm512_permutex2var_epi8(before, _mm512_load_si512(LANE_INDEXES.third[half]), x);
   // The low six bits of this byte and the one before (a 110xxxxx lead has bit 5 clear, so the
   // same mask serves leads and continuations), weighted 1 and 64.
   const __m512i two = _mm512_maddubs_epi16(_mm512_and_si512(pair, _mm512_set1_epi16(0x3F3F)),
                                            _mm512_set1_epi16(0x4001));
   // Shifting by 12 keeps the low four bits of a three-byte lead.
   const __m512i three = _mm512_add_epi16(two, _mm512_slli_epi16(third, 12));
-  __m512i units = _mm512_mask_mov_epi16(three, lanes(kinds.two), two);
-  units = _mm512_mask_mov_epi16(units, lanes(kinds.ascii), _mm512_cvtepu8_epi16(bytes));
+  __m512i units = _mm512_mask_mov_epi16(three, lanes(e.two), two);
+  units = _mm512_mask_mov_epi16(units, lanes(e.ascii), _mm512_cvtepu8_epi16(bytes));
   if (pairs) {
     // (a & b) | c: the ten bits of each half of a pair under its surrogate prefix. The high
     // half holds bits 20..10 of the value less 0x40 (the 0x10000 a pair leaves out).
@@ -80,23 +100,21 @@ NYM_TARGET_AVX512 inline Wchar* decode_half(__m512i x, __m256i bytes, unsigned h
     const __m512i low = _mm512_ternarylogic_epi32(two, ten, _mm512_set1_epi16(static_cast<short>(0xDC00)), 0xEA);
     const __m512i high = _mm512_ternarylogic_epi32(_mm512_sub_epi16(_mm512_srli_epi16(three, 4), _mm512_set1_epi16(0x40)),
                                                    ten, _mm512_set1_epi16(static_cast<short>(0xD800)), 0xEA);
-    units = _mm512_mask_mov_epi16(units, lanes(kinds.low), low);
-    units = _mm512_mask_mov_epi16(units, lanes(kinds.high), high);
+    units = _mm512_mask_mov_epi16(units, lanes(e.low), low);
+    units = _mm512_mask_mov_epi16(units, lanes(e.high), high);
   }
   const __mmask32 kept = lanes(keep);
   _mm512_storeu_si512(q, _mm512_maskz_compress_epi16(kept, units));
   return q + _mm_popcnt_u32(kept);
 }
 
-// The units of the whole sequences of a block whose bytes `keep` end units; writes up to 64
-// units at q.
-NYM_TARGET_AVX512 inline Wchar* decode_block(__m512i x, const Byte_classes& c, std::uint64_t keep, Wchar* q) {
-  const std::uint64_t lead = c.high & ~c.cont;
-  const Lane_kinds kinds{~c.high, (lead & ~c.three) << 1, c.four << 3, c.four << 2};
-  const bool pairs = c.four != 0;
-  q = decode_half(x, _mm512_castsi512_si256(x), 0, kinds, pairs, keep, q);
-  if ((keep >> 32) == 0) return q;
-  return decode_half(x, _mm512_extracti64x4_epi64(x, 1), 1, kinds, pairs, keep, q);
+// The units that end at the bytes `keep` of block x (`before`: the block before it); writes up
+// to 64 units at q.
+NYM_TARGET_AVX512 inline Wchar* decode_block(__m512i before, __m512i x, const Block_ends& e, std::uint64_t keep,
+                                             Wchar* q) {
+  const bool pairs = (e.low | e.high) != 0;
+  q = decode_half(before, x, _mm512_castsi512_si256(x), 0, e, pairs, keep, q);
+  return decode_half(before, x, _mm512_extracti64x4_epi64(x, 1), 1, e, pairs, keep, q);
 }
 
 NYM_TARGET_AVX512 inline void widen(__m512i x, Wchar* q) {
@@ -113,20 +131,52 @@ NYM_TARGET_AVX512 const unsigned char* utf8_to_utf16_avx512(const unsigned char*
     Wchar* q = block;
     // A step writes at most 64 units, or a little more when the scalar steps take a fault.
     Wchar* const limit = block + BLOCK - 64;
-    while (p < end && q < limit) {
-      const std::size_t left = static_cast<std::size_t>(end - p);
-      // The text's last bytes come through a masked load, which reads nothing past them.
-      const unsigned bytes = left >= 64 ? 64u : static_cast<unsigned>(left);
-      const __m512i x = left >= 64 ? _mm512_loadu_si512(p) : _mm512_maskz_loadu_epi8(_bzhi_u64(~0ull, bytes), p);
-      if (_mm512_movepi8_mask(x) == 0) {
-        widen(x, q);
-        p += bytes;
-        q += bytes;
-        continue;
+    while (q < limit) {
+      // Whole blocks without faults, the path that matters. A unit is decoded in the block
+      // that holds its last byte, so the position moves by 64 whatever the text, and no
+      // block waits on the tests of the one before.
+      __m512i before = _mm512_setzero_si512();
+      Byte_classes classes_before;
+      unsigned open = 0;
+      while (end - p >= 64 && q < limit) {
+        const __m512i x = _mm512_loadu_si512(p);
+        if ((_mm512_movepi8_mask(x) | open) == 0) {
+          widen(x, q);
+          p += 64;
+          q += 64;
+          // A run of ASCII in a loop of its own.
+          while (end - p >= 64 && q < limit) {
+            const __m512i y = _mm512_loadu_si512(p);
+            if (_mm512_movepi8_mask(y) != 0) break;
+            widen(y, q);
+            p += 64;
+            q += 64;
+          }
+          classes_before = Byte_classes{};
+          continue;
+        }
+        const Byte_classes c = classify(x, open);
+        const Block_ends e = block_ends(c, classes_before);
+        if (e.faults != 0) break;
+        q = decode_block(before, x, e, e.keep, q);
+        before = x;
+        classes_before = c;
+        open = 64 - whole_block_take(c);
+        p += 64;
       }
-      const Byte_classes c = classify(x);
+      // Back to the lead of a sequence left open, a walker's boundary. Open by three bytes, it
+      // is a pair whose high half ended the block's units: taken back too.
+      p -= open;
+      if (open == 3) --q;
+      if (p >= end || q >= limit) break;
+      // A block with a fault, or the text's last bytes (through a masked load, which reads
+      // nothing past them).
+      const std::size_t left = static_cast<std::size_t>(end - p);
+      const unsigned bytes = left >= 64 ? 64u : static_cast<unsigned>(left);
+      const __m512i x = _mm512_maskz_loadu_epi8(_bzhi_u64(~0ull, bytes), p);
+      const Byte_classes c = classify(x, 0);
       const Block_plan plan = plan_block(c, bytes, left);
-      if (plan.take != 0) q = decode_block(x, c, plan.keep, q);
+      if (plan.take != 0) q = decode_block(x, x, block_ends(c, Byte_classes{}), plan.keep, q);
       const unsigned char* const stop = p + plan.scalar_end;
       p += plan.take;
       while (p < stop) q = utf8_char_to_utf16(p, end, q);

@@ -76,6 +76,13 @@ inline std::uint64_t window_faults(const Byte_classes& c, unsigned bytes) {
   return ((expected ^ c.cont) | c.odd | ((c.f0 << 1) & c.small)) & all;
 }
 
+// The bytes of the first k (whole sequences, k > 0) that end units: each sequence's last
+// byte, and a pair's high half at the byte before.
+inline std::uint64_t unit_ends(const Byte_classes& c, unsigned k) {
+  const std::uint64_t taken = k >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << k) - 1;
+  return ((~c.cont >> 1) | (std::uint64_t{1} << (k - 1)) | (c.four << 2)) & taken;
+}
+
 // How many of the first `bytes` (which hold no fault) decode as whole sequences, and the
 // bytes that end units: each sequence's last byte, and a pair's high half at the byte before.
 // A sequence cut by the end waits for the next window.
@@ -89,18 +96,25 @@ inline unsigned window_cut(const Byte_classes& c, unsigned bytes, std::uint64_t&
                           static_cast<unsigned>((c.three >> last) & 1) + static_cast<unsigned>((c.four >> last) & 1);
   const unsigned k = last + length > bytes ? last : bytes;
   if (k == 0) return 0;
-  const std::uint64_t taken = k >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << k) - 1;
-  keep = ((starts >> 1) | (std::uint64_t{1} << (k - 1)) | (c.four << 2)) & taken;
+  keep = unit_ends(c, k);
   return k;
 }
 
-// What a wide kernel does with a block of `bytes` (64, or the text's last `left` < 64): the
-// formula takes the first `take` bytes (their units end at the bytes of `keep`), then the
-// scalar steps run to `scalar_end` bytes from the block's start (no further than `take` when
-// nothing calls for them): through the first fault, at least 16 bytes into the block so that
-// dense faults cost no block test per byte, or to the end of the text when a sequence is cut
-// there (the walker takes its continuation bytes from beyond). A sequence cut by a whole
-// block's end waits for the next block.
+// As window_cut for a whole block without faults, from its last three bytes alone: the
+// position of the next block then waits on a few instructions only.
+inline unsigned whole_block_take(const Byte_classes& c) {
+  // Without faults at most one of these holds: a lead at 63, a three-byte lead at 62, a
+  // four-byte one at 61. Branch-free, as the cut comes and goes from block to block.
+  const std::uint64_t cut = ((c.high & ~c.cont) >> 63) + ((c.three >> 61) & 2) + ((c.four >> 61) & 1) * 3;
+  return 64 - static_cast<unsigned>(cut);
+}
+
+// What a wide kernel does with a block that holds a fault, or with the text's last `left`
+// bytes (fewer than 64; `bytes` is the smaller of 64 and `left`): the formula takes the first
+// `take` bytes (their units end at the bytes of `keep`), then the scalar steps run to
+// `scalar_end` bytes from the block's start: through the first fault, at least 16 bytes into
+// the block so that dense faults cost no block test per byte, or to the end of the text when
+// a sequence is cut there (the walker takes its continuation bytes from beyond).
 struct Block_plan {
   unsigned take = 0;
   std::size_t scalar_end = 0;
@@ -113,7 +127,7 @@ inline Block_plan plan_block(const Byte_classes& c, unsigned bytes, std::size_t 
   const unsigned first = faults != 0 ? static_cast<unsigned>(__builtin_ctzll(faults)) : bytes;
   plan.take = window_cut(c, first, plan.keep);
   plan.scalar_end = plan.take;
-  if (plan.take == bytes || (faults == 0 && bytes == 64)) return plan;
+  if (plan.take == bytes) return plan;
   const std::size_t run = first < 16 ? 16 : first + 1;
   plan.scalar_end = run < left ? run : left;
   return plan;
