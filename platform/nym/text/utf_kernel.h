@@ -219,7 +219,13 @@ NYM_TARGET_SSSE3 const unsigned char* utf8_to_utf16_ssse3(const unsigned char* p
 NYM_TARGET_SSSE3 void utf16_to_utf8_ssse3(const Wchar* p, const Wchar* end, Nstring& out);
 #endif
 
+// utf8_length's scans, with SSE2 where the build has it (plain C++ elsewhere) and with
+// AVX-512 (BW) where the processor has it; utf8_length picks.
+std::size_t utf8_length_sse2(const unsigned char* text, std::size_t max);
+
 #if defined(NYM_UTF_AVX)
+NYM_TARGET_AVX512 std::size_t utf8_length_avx512(const unsigned char* text, std::size_t max);
+
 // 32-byte blocks; only on a processor with AVX2, BMI1, BMI2, POPCNT and LZCNT.
 NYM_TARGET_AVX2 const unsigned char* utf8_to_utf16_avx2(const unsigned char* p, const unsigned char* end,
                                                          Wstring& out);
