@@ -1,7 +1,7 @@
-// The AVX2 kernel from UTF-8: 64-byte blocks (two 32-byte vectors) classified once into byte
-// masks; each unit is computed in the 16-bit lane of the byte that ends it, sixteen lanes at a
-// time, and a byte shuffle per eight lanes packs them. The scalar steps take each fault the
-// masks find, and the vector resumes right after it.
+// The AVX2 kernel from UTF-8: the AVX-512 kernel's blocks and masks on two 32-byte vectors.
+// Each unit is computed in the 16-bit lane of the byte that ends it, sixteen lanes at a time,
+// and a byte shuffle per eight lanes packs them. The scalar steps take each fault the masks
+// find, and the vector resumes right after it.
 #include "text/utf_kernel.h"
 
 #if defined(NYM_UTF_AVX)
@@ -30,13 +30,14 @@ NYM_TARGET_AVX2 inline std::uint64_t above(__m256i lo, __m256i hi, char v) {
   return bits(_mm256_cmpgt_epi8(lo, s), _mm256_cmpgt_epi8(hi, s));
 }
 
-NYM_TARGET_AVX2 inline Byte_classes classify(__m256i lo, __m256i hi) {
+// `open`: the bytes of a sequence that the block before left open (0 to 3).
+NYM_TARGET_AVX2 inline Byte_classes classify(__m256i lo, __m256i hi, unsigned open) {
   Byte_classes c;
   c.high = bits(lo, hi);
   c.cont = below(lo, hi, -64);
   c.three = above(lo, hi, -33) & c.high;
   c.four = above(lo, hi, -17) & c.high;
-  if (c.four != 0) {
+  if ((c.four | open) != 0) {
     c.odd = above(lo, hi, -9) & c.high;
     c.f0 = bits(_mm256_cmpeq_epi8(lo, _mm256_set1_epi8(-16)), _mm256_cmpeq_epi8(hi, _mm256_set1_epi8(-16)));
     c.small = below(lo, hi, -112);
@@ -52,15 +53,9 @@ NYM_TARGET_AVX2 inline __m256i lane_mask(std::uint64_t m) {
                             lane_bits);
 }
 
-// Lane masks of the whole block: the bytes that end ASCII, two-byte sequences, and the low and
-// high halves of pairs.
-struct Lane_kinds {
-  std::uint64_t ascii, two, low, high;
-};
-
 // The units of the 16 bytes x (the bytes of the block from 16 * chunk; `before` holds the
 // 16 before them) at q: the lanes of `keep` end units.
-NYM_TARGET_AVX2 inline Wchar* decode_chunk(__m128i x, __m128i before, unsigned chunk, const Lane_kinds& kinds,
+NYM_TARGET_AVX2 inline Wchar* decode_chunk(__m128i x, __m128i before, unsigned chunk, const Block_ends& ends,
                                            bool pairs, std::uint64_t keep, Wchar* q) {
   const unsigned shift = 16 * chunk;
   const __m128i b = _mm_alignr_epi8(x, before, 15);
@@ -74,8 +69,8 @@ NYM_TARGET_AVX2 inline Wchar* decode_chunk(__m128i x, __m128i before, unsigned c
   const __m256i two = _mm256_maddubs_epi16(_mm256_and_si256(pair, _mm256_set1_epi16(0x3F3F)),
                                            _mm256_set1_epi16(0x4001));
   const __m256i three = _mm256_add_epi16(two, _mm256_slli_epi16(third, 12));
-  __m256i units = _mm256_blendv_epi8(three, two, lane_mask(kinds.two >> shift));
-  units = _mm256_blendv_epi8(units, _mm256_cvtepu8_epi16(x), lane_mask(kinds.ascii >> shift));
+  __m256i units = _mm256_blendv_epi8(three, two, lane_mask(ends.two >> shift));
+  units = _mm256_blendv_epi8(units, _mm256_cvtepu8_epi16(x), lane_mask(ends.ascii >> shift));
   if (pairs) {
     // The high half holds bits 20..10 of the value less 0x40 (the 0x10000 a pair leaves out).
     const __m256i ten = _mm256_set1_epi16(0x3FF);
@@ -83,8 +78,8 @@ NYM_TARGET_AVX2 inline Wchar* decode_chunk(__m128i x, __m128i before, unsigned c
     const __m256i high = _mm256_or_si256(
         _mm256_and_si256(_mm256_sub_epi16(_mm256_srli_epi16(three, 4), _mm256_set1_epi16(0x40)), ten),
         _mm256_set1_epi16(static_cast<short>(0xD800)));
-    units = _mm256_blendv_epi8(units, low, lane_mask(kinds.low >> shift));
-    units = _mm256_blendv_epi8(units, high, lane_mask(kinds.high >> shift));
+    units = _mm256_blendv_epi8(units, low, lane_mask(ends.low >> shift));
+    units = _mm256_blendv_epi8(units, high, lane_mask(ends.high >> shift));
   }
   const unsigned lo = static_cast<unsigned>(keep >> shift) & 0xFF;
   const unsigned hi = static_cast<unsigned>(keep >> (shift + 8)) & 0xFF;
@@ -98,19 +93,14 @@ NYM_TARGET_AVX2 inline Wchar* decode_chunk(__m128i x, __m128i before, unsigned c
   return q + LANE_PACKING.count[hi];
 }
 
-// The units of the whole sequences of a block whose bytes `keep` end units; writes up to 64
-// units at q. A block starts a sequence, so its first bytes need nothing before them.
-NYM_TARGET_AVX2 inline Wchar* decode_block(__m256i x0, __m256i x1, const Byte_classes& c, std::uint64_t keep,
-                                           Wchar* q) {
-  const std::uint64_t lead = c.high & ~c.cont;
-  const Lane_kinds kinds{~c.high, (lead & ~c.three) << 1, c.four << 3, c.four << 2};
-  const bool pairs = c.four != 0;
-  const __m128i chunks[4] = {_mm256_castsi256_si128(x0), _mm256_extracti128_si256(x0, 1),
+// The units that end at the bytes `keep` of the block [x0, x1] (`before`: the last 16 bytes
+// of the block before it); writes up to 64 units at q.
+NYM_TARGET_AVX2 inline Wchar* decode_block(__m128i before, __m256i x0, __m256i x1, const Block_ends& e,
+                                           std::uint64_t keep, Wchar* q) {
+  const bool pairs = (e.low | e.high) != 0;
+  const __m128i chunks[5] = {before, _mm256_castsi256_si128(x0), _mm256_extracti128_si256(x0, 1),
                              _mm256_castsi256_si128(x1), _mm256_extracti128_si256(x1, 1)};
-  q = decode_chunk(chunks[0], _mm_setzero_si128(), 0, kinds, pairs, keep, q);
-  for (unsigned i = 1; i < 4 && (keep >> (16 * i)) != 0; ++i) {
-    q = decode_chunk(chunks[i], chunks[i - 1], i, kinds, pairs, keep, q);
-  }
+  for (unsigned i = 0; i < 4; ++i) q = decode_chunk(chunks[i + 1], chunks[i], i, e, pairs, keep, q);
   return q;
 }
 
@@ -130,26 +120,47 @@ NYM_TARGET_AVX2 const unsigned char* utf8_to_utf16_avx2(const unsigned char* p, 
     // A step writes at most 64 units, or a little more when the scalar steps take a fault.
     Wchar* const limit = block + BLOCK - 64;
     while (q < limit) {
-      // Whole blocks without faults, the path that matters, on its own.
-      if (end - p >= 64) {
+      // Whole blocks without faults, the path that matters. A unit is decoded in the block
+      // that holds its last byte, so the position moves by 64 whatever the text, and no
+      // block waits on the tests of the one before.
+      __m128i before = _mm_setzero_si128();
+      Byte_classes classes_before;
+      unsigned open = 0;
+      while (end - p >= 64 && q < limit) {
         const __m256i x0 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
         const __m256i x1 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 32));
-        if (_mm256_movemask_epi8(_mm256_or_si256(x0, x1)) == 0) {
+        if ((_mm256_movemask_epi8(_mm256_or_si256(x0, x1)) | open) == 0) {
           widen(x0, q);
           widen(x1, q + 32);
           p += 64;
           q += 64;
+          // A run of ASCII in a loop of its own.
+          while (end - p >= 64 && q < limit) {
+            const __m256i y0 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+            const __m256i y1 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 32));
+            if (_mm256_movemask_epi8(_mm256_or_si256(y0, y1)) != 0) break;
+            widen(y0, q);
+            widen(y1, q + 32);
+            p += 64;
+            q += 64;
+          }
+          classes_before = Byte_classes{};
           continue;
         }
-        const Byte_classes c = classify(x0, x1);
-        if (window_faults(c, 64) == 0) {
-          const unsigned take = whole_block_take(c);
-          q = decode_block(x0, x1, c, unit_ends(c, take), q);
-          p += take;
-          continue;
-        }
+        const Byte_classes c = classify(x0, x1, open);
+        const Block_ends e = block_ends(c, classes_before);
+        if (e.faults != 0) break;
+        q = decode_block(before, x0, x1, e, e.keep, q);
+        before = _mm256_extracti128_si256(x1, 1);
+        classes_before = c;
+        open = 64 - whole_block_take(c);
+        p += 64;
       }
-      if (p >= end) break;
+      // Back to the lead of a sequence left open, a walker's boundary. Open by three bytes, it
+      // is a pair whose high half ended the block's units: taken back too.
+      p -= open;
+      if (open == 3) --q;
+      if (p >= end || q >= limit) break;
       // A block with a fault, or the text's last bytes (through a copy, so that no load reads
       // past them).
       const std::size_t left = static_cast<std::size_t>(end - p);
@@ -158,9 +169,9 @@ NYM_TARGET_AVX2 const unsigned char* utf8_to_utf16_avx2(const unsigned char* p, 
       std::memcpy(tail, p, bytes);
       const __m256i x0 = _mm256_load_si256(reinterpret_cast<const __m256i*>(tail));
       const __m256i x1 = _mm256_load_si256(reinterpret_cast<const __m256i*>(tail + 32));
-      const Byte_classes c = classify(x0, x1);
+      const Byte_classes c = classify(x0, x1, 0);
       const Block_plan plan = plan_block(c, bytes, left);
-      if (plan.take != 0) q = decode_block(x0, x1, c, plan.keep, q);
+      if (plan.take != 0) q = decode_block(_mm_setzero_si128(), x0, x1, block_ends(c, Byte_classes{}), plan.keep, q);
       const unsigned char* const stop = p + plan.scalar_end;
       p += plan.take;
       while (p < stop) q = utf8_char_to_utf16(p, end, q);

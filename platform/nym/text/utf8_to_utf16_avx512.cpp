@@ -55,29 +55,6 @@ NYM_TARGET_AVX512 inline Byte_classes classify(__m512i x, unsigned open) {
   return c;
 }
 
-// A block's bytes by the unit that ends there, counting the sequences that the block before
-// (classes `b`; empty at a walker's boundary) left open: ASCII, the end of a two-byte
-// sequence, the low and high halves of pairs, and every byte that ends a unit. `faults`
-// holds the bytes where the walker's output is not the formula's (as window_faults).
-struct Block_ends {
-  std::uint64_t ascii, two, low, high, keep, faults;
-};
-
-inline Block_ends block_ends(const Byte_classes& c, const Byte_classes& b) {
-  const std::uint64_t lead = c.high & ~c.cont;
-  const std::uint64_t lead_before = b.high & ~b.cont;
-  const std::uint64_t expected = (lead << 1) | (c.three << 2) | (c.four << 3) | (lead_before >> 63) |
-                                 (b.three >> 62) | (b.four >> 61);
-  Block_ends e;
-  e.faults = (expected ^ c.cont) | c.odd | (((c.f0 << 1) | (b.f0 >> 63)) & c.small);
-  e.ascii = ~c.high;
-  e.two = ((lead & ~c.three) << 1) | ((lead_before & ~b.three) >> 63);
-  e.low = (c.four << 3) | (b.four >> 61);
-  e.high = (c.four << 2) | (b.four >> 62);
-  e.keep = e.ascii | e.two | ((c.three & ~c.four) << 2) | ((b.three & ~b.four) >> 62) | e.low | e.high;
-  return e;
-}
-
 // The units of one half's 32 lanes, packed to q.
 NYM_TARGET_AVX512 inline Wchar* decode_half(__m512i before, __m512i x, __m256i bytes, unsigned half,
                                             const Block_ends& e, bool pairs, std::uint64_t keep, Wchar* q) {
