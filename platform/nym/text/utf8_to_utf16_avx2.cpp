@@ -117,24 +117,20 @@ NYM_TARGET_AVX2 const unsigned char* utf8_to_utf16_avx2(const unsigned char* p, 
   alignas(32) unsigned char tail[64];
   while (p < end) {
     Wchar* q = block;
-    // A step writes at most 64 units, or a little more when the scalar steps take a fault.
-    Wchar* const limit = block + BLOCK - 64;
+    Wchar* const limit = block + WIDE_BLOCK_FULL;
     while (q < limit) {
-      // Whole blocks without faults, the path that matters. A unit is decoded in the block
-      // that holds its last byte, so the position moves by 64 whatever the text, and no
-      // block waits on the tests of the one before.
+      // Whole blocks at a stride of 64, as in the AVX-512 kernel; `before` keeps the last 16
+      // bytes of the block before.
       __m128i before = _mm_setzero_si128();
-      Byte_classes classes_before;
-      unsigned open = 0;
+      Block_stream stream;
       while (end - p >= 64 && q < limit) {
         const __m256i x0 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
         const __m256i x1 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 32));
-        if ((_mm256_movemask_epi8(_mm256_or_si256(x0, x1)) | open) == 0) {
+        if ((_mm256_movemask_epi8(_mm256_or_si256(x0, x1)) | stream.open) == 0) {
           widen(x0, q);
           widen(x1, q + 32);
           p += 64;
           q += 64;
-          // A run of ASCII in a loop of its own.
           while (end - p >= 64 && q < limit) {
             const __m256i y0 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
             const __m256i y1 = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 32));
@@ -144,22 +140,18 @@ NYM_TARGET_AVX2 const unsigned char* utf8_to_utf16_avx2(const unsigned char* p, 
             p += 64;
             q += 64;
           }
-          classes_before = Byte_classes{};
+          stream.after_ascii();
           continue;
         }
-        const Byte_classes c = classify(x0, x1, open);
-        const Block_ends e = block_ends(c, classes_before);
+        const Byte_classes c = classify(x0, x1, stream.open);
+        const Block_ends e = block_ends(c, stream.before);
         if (e.faults != 0) break;
         q = decode_block(before, x0, x1, e, e.keep, q);
         before = _mm256_extracti128_si256(x1, 1);
-        classes_before = c;
-        open = 64 - whole_block_take(c);
+        stream.after(c);
         p += 64;
       }
-      // Back to the lead of a sequence left open, a walker's boundary. Open by three bytes, it
-      // is a pair whose high half ended the block's units: taken back too.
-      p -= open;
-      if (open == 3) --q;
+      q = stream.leave(p, q);
       if (p >= end || q >= limit) break;
       // A block with a fault, or the text's last bytes (through a copy, so that no load reads
       // past them).
@@ -172,9 +164,7 @@ NYM_TARGET_AVX2 const unsigned char* utf8_to_utf16_avx2(const unsigned char* p, 
       const Byte_classes c = classify(x0, x1, 0);
       const Block_plan plan = plan_block(c, bytes, left);
       if (plan.take != 0) q = decode_block(_mm_setzero_si128(), x0, x1, block_ends(c, Byte_classes{}), plan.keep, q);
-      const unsigned char* const stop = p + plan.scalar_end;
-      p += plan.take;
-      while (p < stop) q = utf8_char_to_utf16(p, end, q);
+      q = scalar_steps(plan, p, end, q);
     }
     out.append(block, static_cast<std::size_t>(q - block));
   }

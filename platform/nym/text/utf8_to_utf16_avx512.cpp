@@ -106,18 +106,16 @@ NYM_TARGET_AVX512 const unsigned char* utf8_to_utf16_avx512(const unsigned char*
   Wchar block[BLOCK + SLACK];
   while (p < end) {
     Wchar* q = block;
-    // A step writes at most 64 units, or a little more when the scalar steps take a fault.
-    Wchar* const limit = block + BLOCK - 64;
+    Wchar* const limit = block + WIDE_BLOCK_FULL;
     while (q < limit) {
       // Whole blocks without faults, the path that matters. A unit is decoded in the block
       // that holds its last byte, so the position moves by 64 whatever the text, and no
       // block waits on the tests of the one before.
       __m512i before = _mm512_setzero_si512();
-      Byte_classes classes_before;
-      unsigned open = 0;
+      Block_stream stream;
       while (end - p >= 64 && q < limit) {
         const __m512i x = _mm512_loadu_si512(p);
-        if ((_mm512_movepi8_mask(x) | open) == 0) {
+        if ((_mm512_movepi8_mask(x) | stream.open) == 0) {
           widen(x, q);
           p += 64;
           q += 64;
@@ -129,22 +127,18 @@ NYM_TARGET_AVX512 const unsigned char* utf8_to_utf16_avx512(const unsigned char*
             p += 64;
             q += 64;
           }
-          classes_before = Byte_classes{};
+          stream.after_ascii();
           continue;
         }
-        const Byte_classes c = classify(x, open);
-        const Block_ends e = block_ends(c, classes_before);
+        const Byte_classes c = classify(x, stream.open);
+        const Block_ends e = block_ends(c, stream.before);
         if (e.faults != 0) break;
         q = decode_block(before, x, e, e.keep, q);
         before = x;
-        classes_before = c;
-        open = 64 - whole_block_take(c);
+        stream.after(c);
         p += 64;
       }
-      // Back to the lead of a sequence left open, a walker's boundary. Open by three bytes, it
-      // is a pair whose high half ended the block's units: taken back too.
-      p -= open;
-      if (open == 3) --q;
+      q = stream.leave(p, q);
       if (p >= end || q >= limit) break;
       // A block with a fault, or the text's last bytes (through a masked load, which reads
       // nothing past them).
@@ -154,9 +148,7 @@ NYM_TARGET_AVX512 const unsigned char* utf8_to_utf16_avx512(const unsigned char*
       const Byte_classes c = classify(x, 0);
       const Block_plan plan = plan_block(c, bytes, left);
       if (plan.take != 0) q = decode_block(x, x, block_ends(c, Byte_classes{}), plan.keep, q);
-      const unsigned char* const stop = p + plan.scalar_end;
-      p += plan.take;
-      while (p < stop) q = utf8_char_to_utf16(p, end, q);
+      q = scalar_steps(plan, p, end, q);
     }
     out.append(block, static_cast<std::size_t>(q - block));
   }

@@ -34,6 +34,9 @@ namespace nym::impl {
 constexpr std::size_t BLOCK = 8192;
 // Room behind the block's limit for one step of the widest path (64 units or bytes).
 constexpr std::size_t SLACK = 64;
+// Where the wide UTF-8 kernels call a block full: a step of theirs writes up to 64 units,
+// and a little more when the scalar steps take a fault.
+constexpr std::size_t WIDE_BLOCK_FULL = BLOCK - 64;
 
 inline unsigned lowest_bit(unsigned mask) {
 #if defined(__GNUC__) || defined(__clang__)
@@ -46,6 +49,78 @@ inline unsigned lowest_bit(unsigned mask) {
   }
   return n;
 #endif
+}
+
+// One character of UTF-8 at p (p < end) as UTF-16 at q: well-formed sequences inline while
+// four bytes remain, so that they need no bounds test, everything else through the walker.
+inline Wchar* utf8_char_to_utf16(const unsigned char*& p, const unsigned char* end, Wchar* q) {
+  const unsigned b = p[0];
+  if (b < 0x80) {
+    *q = static_cast<Wchar>(b);
+    ++p;
+    return q + 1;
+  }
+  if (end - p >= 4) {
+    // A continuation byte less 0x80 is at most 0x3F; anything else wraps above it.
+    if (b < 0xE0) {
+      const unsigned t1 = p[1] - 0x80u;
+      if (b >= 0xC0 && t1 <= 0x3F) {
+        *q = static_cast<Wchar>(((b & 0x1F) << 6) | t1);
+        p += 2;
+        return q + 1;
+      }
+    } else if (b < 0xF0) {
+      const unsigned t1 = p[1] - 0x80u;
+      const unsigned t2 = p[2] - 0x80u;
+      if ((t1 | t2) <= 0x3F) {
+        *q = static_cast<Wchar>(((b & 0x0F) << 12) | (t1 << 6) | t2);
+        p += 3;
+        return q + 1;
+      }
+    } else if (b < 0xF8) {
+      const unsigned t1 = p[1] - 0x80u;
+      const unsigned t2 = p[2] - 0x80u;
+      const unsigned t3 = p[3] - 0x80u;
+      if ((t1 | t2 | t3) <= 0x3F) {
+        p += 4;
+        return encode_utf16(q, ((b & 0x07) << 18) | (t1 << 12) | (t2 << 6) | t3);
+      }
+    }
+  }
+  return encode_utf16(q, decode_utf8(p, nullptr));
+}
+
+// One character of UTF-16 at p (p < end) as UTF-8 at q.
+inline char* utf16_char_to_utf8(const Wchar*& p, const Wchar* end, char* q) {
+  const std::uint32_t u = *p;
+  if (u < 0x80) {
+    *q = static_cast<char>(u);
+    ++p;
+    return q + 1;
+  }
+  if (u < 0x800) {
+    q[0] = static_cast<char>(0xC0 | (u >> 6));
+    q[1] = static_cast<char>(0x80 | (u & 0x3F));
+    ++p;
+    return q + 2;
+  }
+  if (u < 0xD800 || u > 0xDFFF) {
+    q[0] = static_cast<char>(0xE0 | (u >> 12));
+    q[1] = static_cast<char>(0x80 | ((u >> 6) & 0x3F));
+    q[2] = static_cast<char>(0x80 | (u & 0x3F));
+    ++p;
+    return q + 3;
+  }
+  if (u <= 0xDBFF && end - p >= 2 && is_low_surrogate(p[1])) {
+    const std::uint32_t v = combine_surrogates(u, p[1]);
+    q[0] = static_cast<char>(0xF0 | (v >> 18));
+    q[1] = static_cast<char>(0x80 | ((v >> 12) & 0x3F));
+    q[2] = static_cast<char>(0x80 | ((v >> 6) & 0x3F));
+    q[3] = static_cast<char>(0x80 | (v & 0x3F));
+    p += 2;
+    return q + 4;
+  }
+  return encode_utf8(q, decode_utf16(p, end));
 }
 
 #if defined(NYM_UTF_SSSE3)
@@ -155,79 +230,37 @@ inline Block_plan plan_block(const Byte_classes& c, unsigned bytes, std::size_t 
   plan.scalar_end = run < left ? run : left;
   return plan;
 }
+
+// After the formula's units of a plan: the scalar steps, from the plan's end to its stop.
+inline Wchar* scalar_steps(const Block_plan& plan, const unsigned char*& p, const unsigned char* end, Wchar* q) {
+  const unsigned char* const stop = p + plan.scalar_end;
+  p += plan.take;
+  while (p < stop) q = utf8_char_to_utf16(p, end, q);
+  return q;
+}
+
+// What a wide kernel carries from one whole block to the next: the classes of the block
+// before (none after ASCII or at a walker's boundary) and the bytes of a sequence it left
+// open (0 to 3).
+struct Block_stream {
+  Byte_classes before;
+  unsigned open = 0;
+
+  void after_ascii() { before = Byte_classes{}; }
+  void after(const Byte_classes& c) {
+    before = c;
+    open = 64 - whole_block_take(c);
+  }
+  // Back to the lead of a sequence left open, a walker's boundary. Open by three bytes, it is
+  // a pair whose high half ended the units written: taken back too.
+  Wchar* leave(const unsigned char*& p, Wchar* q) {
+    p -= open;
+    const bool half = open == 3;
+    *this = Block_stream{};
+    return half ? q - 1 : q;
+  }
+};
 #endif
-
-// One character of UTF-8 at p (p < end) as UTF-16 at q: well-formed sequences inline while
-// four bytes remain, so that they need no bounds test, everything else through the walker.
-inline Wchar* utf8_char_to_utf16(const unsigned char*& p, const unsigned char* end, Wchar* q) {
-  const unsigned b = p[0];
-  if (b < 0x80) {
-    *q = static_cast<Wchar>(b);
-    ++p;
-    return q + 1;
-  }
-  if (end - p >= 4) {
-    // A continuation byte less 0x80 is at most 0x3F; anything else wraps above it.
-    if (b < 0xE0) {
-      const unsigned t1 = p[1] - 0x80u;
-      if (b >= 0xC0 && t1 <= 0x3F) {
-        *q = static_cast<Wchar>(((b & 0x1F) << 6) | t1);
-        p += 2;
-        return q + 1;
-      }
-    } else if (b < 0xF0) {
-      const unsigned t1 = p[1] - 0x80u;
-      const unsigned t2 = p[2] - 0x80u;
-      if ((t1 | t2) <= 0x3F) {
-        *q = static_cast<Wchar>(((b & 0x0F) << 12) | (t1 << 6) | t2);
-        p += 3;
-        return q + 1;
-      }
-    } else if (b < 0xF8) {
-      const unsigned t1 = p[1] - 0x80u;
-      const unsigned t2 = p[2] - 0x80u;
-      const unsigned t3 = p[3] - 0x80u;
-      if ((t1 | t2 | t3) <= 0x3F) {
-        p += 4;
-        return encode_utf16(q, ((b & 0x07) << 18) | (t1 << 12) | (t2 << 6) | t3);
-      }
-    }
-  }
-  return encode_utf16(q, decode_utf8(p, nullptr));
-}
-
-// One character of UTF-16 at p (p < end) as UTF-8 at q.
-inline char* utf16_char_to_utf8(const Wchar*& p, const Wchar* end, char* q) {
-  const std::uint32_t u = *p;
-  if (u < 0x80) {
-    *q = static_cast<char>(u);
-    ++p;
-    return q + 1;
-  }
-  if (u < 0x800) {
-    q[0] = static_cast<char>(0xC0 | (u >> 6));
-    q[1] = static_cast<char>(0x80 | (u & 0x3F));
-    ++p;
-    return q + 2;
-  }
-  if (u < 0xD800 || u > 0xDFFF) {
-    q[0] = static_cast<char>(0xE0 | (u >> 12));
-    q[1] = static_cast<char>(0x80 | ((u >> 6) & 0x3F));
-    q[2] = static_cast<char>(0x80 | (u & 0x3F));
-    ++p;
-    return q + 3;
-  }
-  if (u <= 0xDBFF && end - p >= 2 && is_low_surrogate(p[1])) {
-    const std::uint32_t v = combine_surrogates(u, p[1]);
-    q[0] = static_cast<char>(0xF0 | (v >> 18));
-    q[1] = static_cast<char>(0x80 | ((v >> 12) & 0x3F));
-    q[2] = static_cast<char>(0x80 | ((v >> 6) & 0x3F));
-    q[3] = static_cast<char>(0x80 | (v & 0x3F));
-    p += 2;
-    return q + 4;
-  }
-  return encode_utf8(q, decode_utf16(p, end));
-}
 
 // The baseline kernel: SSE2 steps over runs of ASCII where the build has SSE2 (every x64
 // processor), plain C++ elsewhere; the scalar steps for the rest.
