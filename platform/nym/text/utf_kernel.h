@@ -176,13 +176,10 @@ inline unsigned window_cut(const Byte_classes& c, unsigned bytes, std::uint64_t&
   return k;
 }
 
-// As window_cut for a whole block without faults, from its last three bytes alone: the
-// position of the next block then waits on a few instructions only.
-inline unsigned whole_block_take(const Byte_classes& c) {
-  // Without faults at most one of these holds: a lead at 63, a three-byte lead at 62, a
-  // four-byte one at 61. Branch-free, as the cut comes and goes from block to block.
-  const std::uint64_t cut = ((c.high & ~c.cont) >> 63) + ((c.three >> 61) & 2) + ((c.four >> 61) & 1) * 3;
-  return 64 - static_cast<unsigned>(cut);
+// The bytes of a sequence that a whole block without faults leaves open at its end (0 to 3):
+// at most one of a lead at 63, a three-byte lead at 62, a four-byte one at 61.
+inline unsigned open_at_end(const Byte_classes& c) {
+  return static_cast<unsigned>(((c.high & ~c.cont) >> 63) + ((c.three >> 61) & 2) + ((c.four >> 61) & 1) * 3);
 }
 
 // A block's bytes by the unit that ends there, counting the sequences that the block before
@@ -250,7 +247,7 @@ struct Block_stream {
   void after_ascii() { before = Byte_classes{}; }
   void after(const Byte_classes& c) {
     before = c;
-    open = 64 - whole_block_take(c);
+    open = open_at_end(c);
   }
   // Back to the lead of a sequence left open, a walker's boundary. Open by three bytes, it is
   // a pair whose high half ended the units written: taken back too.
@@ -283,7 +280,7 @@ std::size_t utf8_length_sse2(const unsigned char* text, std::size_t max);
 #if defined(NYM_UTF_AVX)
 NYM_TARGET_AVX512 std::size_t utf8_length_avx512(const unsigned char* text, std::size_t max);
 
-// 32-byte blocks; only on a processor with AVX2, BMI1, BMI2, POPCNT and LZCNT.
+// 32-byte vectors; only on a processor with AVX2, BMI1, BMI2, POPCNT and LZCNT.
 NYM_TARGET_AVX2 const unsigned char* utf8_to_utf16_avx2(const unsigned char* p, const unsigned char* end,
                                                          Wstring& out);
 NYM_TARGET_AVX2 void utf16_to_utf8_avx2(const Wchar* p, const Wchar* end, Nstring& out);
