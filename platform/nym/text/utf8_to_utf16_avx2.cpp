@@ -8,8 +8,6 @@
 
 #include <immintrin.h>
 
-#include <cstring>
-
 namespace nym::impl {
 
 namespace {
@@ -114,7 +112,6 @@ NYM_TARGET_AVX2 inline void widen(__m256i x, Wchar* q) {
 NYM_TARGET_AVX2 const unsigned char* utf8_to_utf16_avx2(const unsigned char* p, const unsigned char* end,
                                                          Wstring& out) {
   Wchar block[BLOCK + SLACK];
-  alignas(32) unsigned char tail[64];
   while (p < end) {
     Wchar* q = block;
     Wchar* const limit = block + WIDE_BLOCK_FULL;
@@ -153,15 +150,30 @@ NYM_TARGET_AVX2 const unsigned char* utf8_to_utf16_avx2(const unsigned char* p, 
       }
       q = stream.leave(p, q);
       if (p >= end || q >= limit) break;
-      // A block with a fault, or the text's last bytes (through a copy, so that no load reads
-      // past them).
+      // A block with a fault, or the text's last bytes: masked loads of whole 4-byte words,
+      // which read nothing past them (the last 1 to 3 bytes go to the scalar steps).
       const std::size_t left = static_cast<std::size_t>(end - p);
-      const unsigned bytes = left >= 64 ? 64u : static_cast<unsigned>(left);
-      std::memset(tail, 0, sizeof tail);
-      std::memcpy(tail, p, bytes);
-      const __m256i x0 = _mm256_load_si256(reinterpret_cast<const __m256i*>(tail));
-      const __m256i x1 = _mm256_load_si256(reinterpret_cast<const __m256i*>(tail + 32));
+      if (left < 16) {
+        // Short texts and ends: the scalar steps beat a vector load of bytes just written,
+        // which waits for the stores before it.
+        while (p < end) q = utf8_char_to_utf16(p, end, q);
+        break;
+      }
+      const unsigned bytes = left >= 64 ? 64u : static_cast<unsigned>(left) & ~3u;
+      const __m256i words = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7);
+      const int whole = static_cast<int>(bytes / 4);
+      const __m256i x0 = _mm256_maskload_epi32(reinterpret_cast<const int*>(p),
+                                               _mm256_cmpgt_epi32(_mm256_set1_epi32(whole), words));
+      const __m256i x1 = _mm256_maskload_epi32(reinterpret_cast<const int*>(bytes > 32 ? p + 32 : p),
+                                               _mm256_cmpgt_epi32(_mm256_set1_epi32(whole - 8), words));
       const Byte_classes c = classify(x0, x1, 0);
+      if (c.high == 0) {
+        widen(x0, q);
+        widen(x1, q + 32);
+        p += bytes;
+        q += bytes;
+        continue;
+      }
       const Block_plan plan = plan_block(c, bytes, left);
       if (plan.take != 0) q = decode_block(_mm_setzero_si128(), x0, x1, block_ends(c, Byte_classes{}), plan.keep, q);
       q = scalar_steps(plan, p, end, q);

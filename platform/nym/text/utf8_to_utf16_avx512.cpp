@@ -143,9 +143,21 @@ NYM_TARGET_AVX512 const unsigned char* utf8_to_utf16_avx512(const unsigned char*
       // A block with a fault, or the text's last bytes (through a masked load, which reads
       // nothing past them).
       const std::size_t left = static_cast<std::size_t>(end - p);
+      if (left < 16) {
+        // Short texts and ends: the scalar steps beat a vector load of bytes just written,
+        // which waits for the stores before it.
+        while (p < end) q = utf8_char_to_utf16(p, end, q);
+        break;
+      }
       const unsigned bytes = left >= 64 ? 64u : static_cast<unsigned>(left);
       const __m512i x = _mm512_maskz_loadu_epi8(_bzhi_u64(~0ull, bytes), p);
       const Byte_classes c = classify(x, 0);
+      if (c.high == 0) {
+        widen(x, q);
+        p += bytes;
+        q += bytes;
+        continue;
+      }
       const Block_plan plan = plan_block(c, bytes, left);
       if (plan.take != 0) q = decode_block(x, x, block_ends(c, Byte_classes{}), plan.keep, q);
       q = scalar_steps(plan, p, end, q);
