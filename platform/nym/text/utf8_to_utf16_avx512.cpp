@@ -55,18 +55,25 @@ NYM_TARGET_AVX512 inline Byte_classes classify(__m512i x, unsigned open) {
   return c;
 }
 
-// The units of one half's 32 lanes, packed to q.
+NYM_TARGET_AVX512 inline Wchar* pack_units(__m512i units, __mmask32 kept, Wchar* q) {
+  _mm512_storeu_si512(q, _mm512_maskz_compress_epi16(kept, units));
+  return q + _mm_popcnt_u32(kept);
+}
+
+// The units of one half's 32 lanes, packed to q; `longer`: some end sequences of three bytes
+// or more.
 NYM_TARGET_AVX512 inline Wchar* decode_half(__m512i before, __m512i x, __m256i bytes, unsigned half,
-                                            const Block_ends& e, bool pairs, std::uint64_t keep, Wchar* q) {
+                                            const Block_ends& e, bool longer, bool pairs, std::uint64_t keep, Wchar* q) {
   const unsigned shift = 32 * half;
   const auto lanes = [shift](std::uint64_t m) { return static_cast<__mmask32>(m >> shift); };
   const __m512i pair = _mm512_permutex2var_epi8(before, _mm512_load_si512(LANE_INDEXES.pair[half]), x);
-  const __m512i third = _mm512_permutex2var_epi8(before, _mm512_load_si512(LANE_INDEXES.third[half]), x);
   // The low six bits of this byte and the one before (a 110xxxxx lead has bit 5 clear, so the
   // same mask serves leads and continuations), weighted 1 and 64.
   const __m512i two = _mm512_maddubs_epi16(_mm512_and_si512(pair, _mm512_set1_epi16(0x3F3F)),
                                            _mm512_set1_epi16(0x4001));
+  if (!longer) return pack_units(_mm512_mask_mov_epi16(two, lanes(e.ascii), _mm512_cvtepu8_epi16(bytes)), lanes(keep), q);
   // Shifting by 12 keeps the low four bits of a three-byte lead.
+  const __m512i third = _mm512_permutex2var_epi8(before, _mm512_load_si512(LANE_INDEXES.third[half]), x);
   const __m512i three = _mm512_add_epi16(two, _mm512_slli_epi16(third, 12));
   __m512i units = _mm512_mask_mov_epi16(three, lanes(e.two), two);
   units = _mm512_mask_mov_epi16(units, lanes(e.ascii), _mm512_cvtepu8_epi16(bytes));
@@ -80,9 +87,7 @@ NYM_TARGET_AVX512 inline Wchar* decode_half(__m512i before, __m512i x, __m256i b
     units = _mm512_mask_mov_epi16(units, lanes(e.low), low);
     units = _mm512_mask_mov_epi16(units, lanes(e.high), high);
   }
-  const __mmask32 kept = lanes(keep);
-  _mm512_storeu_si512(q, _mm512_maskz_compress_epi16(kept, units));
-  return q + _mm_popcnt_u32(kept);
+  return pack_units(units, lanes(keep), q);
 }
 
 // The units that end at the bytes `keep` of block x (`before`: the block before it); writes up
@@ -90,8 +95,9 @@ NYM_TARGET_AVX512 inline Wchar* decode_half(__m512i before, __m512i x, __m256i b
 NYM_TARGET_AVX512 inline Wchar* decode_block(__m512i before, __m512i x, const Block_ends& e, std::uint64_t keep,
                                              Wchar* q) {
   const bool pairs = (e.low | e.high) != 0;
-  q = decode_half(before, x, _mm512_castsi512_si256(x), 0, e, pairs, keep, q);
-  return decode_half(before, x, _mm512_extracti64x4_epi64(x, 1), 1, e, pairs, keep, q);
+  const bool longer = (keep & ~(e.ascii | e.two)) != 0;
+  q = decode_half(before, x, _mm512_castsi512_si256(x), 0, e, longer, pairs, keep, q);
+  return decode_half(before, x, _mm512_extracti64x4_epi64(x, 1), 1, e, longer, pairs, keep, q);
 }
 
 NYM_TARGET_AVX512 inline void widen(__m512i x, Wchar* q) {
