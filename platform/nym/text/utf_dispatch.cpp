@@ -1,7 +1,24 @@
 // The choice of kernel: the best the processor has, unless the caller names one.
 #include "text/utf_kernel.h"
 
+#if defined(NYM_UTF_SSSE3)
+#include <cpuid.h>
+#endif
+
 namespace nym::impl {
+
+#if defined(NYM_UTF_SSSE3)
+namespace {
+
+// LZCNT, the ABM bit of the extended features: clang before 16 has no name for it in
+// __builtin_cpu_supports.
+bool has_lzcnt() {
+  unsigned a = 0, b = 0, c = 0, d = 0;
+  return __get_cpuid(0x80000001u, &a, &b, &c, &d) != 0 && (c & (1u << 5)) != 0;
+}
+
+}  // namespace
+#endif
 
 bool utf_kernel_supported(Utf_kernel kernel) {
   switch (kernel) {
@@ -16,8 +33,7 @@ bool utf_kernel_supported(Utf_kernel kernel) {
     }
     case Utf_kernel::avx2: {
       static const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
-                               __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt") &&
-                               __builtin_cpu_supports("lzcnt");
+                               __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt") && has_lzcnt();
       return avx2;
     }
     case Utf_kernel::avx512: {

@@ -11,13 +11,6 @@ namespace nym::impl {
 
 namespace {
 
-struct Shuffle_table {
-  alignas(16) unsigned char shuffle[256][16];
-  unsigned char count[256];
-};
-
-// For each set of the eight 16-bit lanes (a bit per lane), the shuffle that packs those lanes
-// to the front; count is in lanes.
 constexpr Shuffle_table make_lane_packing() {
   Shuffle_table t{};
   for (unsigned m = 0; m < 256; ++m) {
@@ -66,7 +59,12 @@ constexpr Shuffle_table make_slot_packing() {
   return t;
 }
 
-constexpr Shuffle_table LANE_PACKING = make_lane_packing();
+}  // namespace
+
+const Shuffle_table LANE_PACKING = make_lane_packing();
+
+namespace {
+
 constexpr Shuffle_table TWO_BYTE_PACKING = make_two_byte_packing();
 constexpr Shuffle_table SLOT_PACKING = make_slot_packing();
 
@@ -117,15 +115,7 @@ NYM_TARGET_SSSE3 inline __m128i decode_long(__m128i a, __m128i b, __m128i c, __m
 
 namespace {
 
-// Byte classes of 64 bytes as bit masks: 80 and above, continuation 80..BF, leads of three
-// and four bytes (and more), and the bytes the window steps leave to the scalar one: leads
-// F8..FF, and F0 before 80..8F, an overlong that gives one unit, not a pair.
-struct Byte_classes {
-  std::uint64_t high = 0, cont = 0, three = 0, four = 0, odd = 0;
-};
-
-NYM_TARGET_SSSE3 inline void classify(__m128i x, unsigned shift, Byte_classes& c, std::uint64_t& f0,
-                                      std::uint64_t& small) {
+NYM_TARGET_SSSE3 inline void classify(__m128i x, unsigned shift, Byte_classes& c) {
   const auto bits = [shift](__m128i m) {
     return static_cast<std::uint64_t>(static_cast<unsigned>(_mm_movemask_epi8(m))) << shift;
   };
@@ -135,28 +125,14 @@ NYM_TARGET_SSSE3 inline void classify(__m128i x, unsigned shift, Byte_classes& c
   c.three |= bits(_mm_cmpgt_epi8(x, _mm_set1_epi8(-33))) & high;
   c.four |= bits(_mm_cmpgt_epi8(x, _mm_set1_epi8(-17))) & high;
   c.odd |= bits(_mm_cmpgt_epi8(x, _mm_set1_epi8(-9))) & high;
-  f0 |= bits(_mm_cmpeq_epi8(x, _mm_set1_epi8(-16)));
-  small |= bits(_mm_cmplt_epi8(x, _mm_set1_epi8(-112)));
+  c.f0 |= bits(_mm_cmpeq_epi8(x, _mm_set1_epi8(-16)));
+  c.small |= bits(_mm_cmplt_epi8(x, _mm_set1_epi8(-112)));
 }
 
 // How many of the `bytes` classified (16 or 64) decode as whole windows, and the lanes that
-// hold units: 0 when the walker's output there isn't the plain formula (a lead without its
-// continuation bytes, a stray continuation byte, an odd lead). A sequence cut by the end
-// waits for the next window.
-inline unsigned window_take(const Byte_classes& c, std::uint64_t f0, std::uint64_t small, unsigned bytes,
-                            std::uint64_t& keep) {
-  const std::uint64_t all = bytes == 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << bytes) - 1;
-  const std::uint64_t lead = c.high & ~c.cont;
-  const std::uint64_t expected = ((lead << 1) | (c.three << 2) | (c.four << 3)) & all;
-  if (expected != c.cont || ((c.odd | ((f0 << 1) & small)) & all) != 0) return 0;
-  const std::uint64_t starts = ~c.cont & all;
-  const std::uint64_t cut = ((lead >> (bytes - 1)) | (c.three >> (bytes - 2)) | (c.four >> (bytes - 3))) & 1;
-  unsigned k = bytes;
-  if (cut != 0) k = 63u - static_cast<unsigned>(__builtin_clzll(starts));
-  const std::uint64_t taken = k == 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << k) - 1;
-  // Units stand at each sequence's last byte, and a pair's high half at the byte before.
-  keep = ((starts >> 1) | (std::uint64_t{1} << (k - 1)) | (c.four << 2)) & taken;
-  return k;
+// hold units; 0 when a fault comes first.
+inline unsigned window_take(const Byte_classes& c, unsigned bytes, std::uint64_t& keep) {
+  return window_faults(c, bytes) != 0 ? 0 : window_cut(c, bytes, keep);
 }
 
 // The units of one 16-byte window whose lanes `keep` end sequences; `before` is the window
@@ -209,14 +185,12 @@ NYM_TARGET_SSSE3 const unsigned char* utf8_to_utf16_ssse3(const unsigned char* p
           continue;
         }
         Byte_classes c;
-        std::uint64_t f0 = 0;
-        std::uint64_t small = 0;
-        classify(x0, 0, c, f0, small);
-        classify(x1, 16, c, f0, small);
-        classify(x2, 32, c, f0, small);
-        classify(x3, 48, c, f0, small);
+        classify(x0, 0, c);
+        classify(x1, 16, c);
+        classify(x2, 32, c);
+        classify(x3, 48, c);
         std::uint64_t keep = 0;
-        const unsigned k = window_take(c, f0, small, 64, keep);
+        const unsigned k = window_take(c, 64, keep);
         if (k == 0) break;
         const bool pairs = c.four != 0;
         q = decode_window(x0, zero, static_cast<unsigned>(keep), pairs, q);
@@ -233,11 +207,9 @@ NYM_TARGET_SSSE3 const unsigned char* utf8_to_utf16_ssse3(const unsigned char* p
         continue;
       }
       Byte_classes c;
-      std::uint64_t f0 = 0;
-      std::uint64_t small = 0;
-      classify(x, 0, c, f0, small);
+      classify(x, 0, c);
       std::uint64_t keep = 0;
-      const unsigned k = window_take(c, f0, small, 16, keep);
+      const unsigned k = window_take(c, 16, keep);
       if (k != 0) {
         q = decode_window(x, zero, static_cast<unsigned>(keep), c.four != 0, q);
         p += k;

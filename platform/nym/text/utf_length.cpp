@@ -7,6 +7,9 @@
 #if defined(NYM_UTF_SSE2)
 #include <emmintrin.h>
 #endif
+#if defined(NYM_UTF_AVX)
+#include <immintrin.h>
+#endif
 
 // Both AddressSanitizer and ThreadSanitizer take the aligned reads past the terminator for
 // reads of a neighbouring block.
@@ -54,9 +57,41 @@ NYM_NO_SANITIZE_READS std::size_t utf16_length(const Wchar* text, std::size_t ma
   return static_cast<std::size_t>(p - text);
 }
 
+#if defined(NYM_UTF_AVX)
+// A line to a vector: the scan keeps pace with the conversion that reads the text again.
+NYM_NO_SANITIZE_READS NYM_TARGET_AVX512 std::size_t utf8_length_avx512(const unsigned char* text, std::size_t max) {
+  if (max == 0) return 0;
+  const std::size_t skew = reinterpret_cast<std::uintptr_t>(text) & 63;
+  const unsigned char* line = text - skew;
+  __m512i x = _mm512_load_si512(line);
+  std::uint64_t nuls = _mm512_testn_epi8_mask(x, x) >> skew;
+  std::size_t before = 0;     // bytes of the text before the line
+  std::size_t seen = 64 - skew;  // and up to the line's end
+  for (;;) {
+    if (nuls != 0) {
+      const std::size_t at = before + static_cast<std::size_t>(_tzcnt_u64(nuls));
+      return at < max ? at : max;
+    }
+    if (seen >= max) return max;
+    before = seen;
+    seen += 64;
+    line += 64;
+    x = _mm512_load_si512(line);
+    nuls = _mm512_testn_epi8_mask(x, x);
+  }
+}
+#endif
+
 // As utf16_length, for bytes: the scan starts at the aligned line that holds `text` and
 // ignores what lies before it. Stops at `max` when no NUL comes first.
 NYM_NO_SANITIZE_READS std::size_t utf8_length(const unsigned char* text, std::size_t max) {
+#if defined(NYM_UTF_AVX)
+  if (utf_kernel_supported(Utf_kernel::avx512)) return utf8_length_avx512(text, max);
+#endif
+  return utf8_length_sse2(text, max);
+}
+
+NYM_NO_SANITIZE_READS std::size_t utf8_length_sse2(const unsigned char* text, std::size_t max) {
 #if defined(NYM_UTF_SSE2)
   if (max == 0) return 0;
   const std::size_t skew = reinterpret_cast<std::uintptr_t>(text) & 63;
