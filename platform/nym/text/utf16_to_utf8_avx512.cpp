@@ -1,12 +1,186 @@
-// PLACEHOLDER until the AVX512 kernel lands: the SSSE3 kernel's output.
+// The AVX-512 kernel from UTF-16: 32 units a step, classified into mask registers. Each unit's
+// bytes are formed in a 32-bit lane (a 16-bit one when no unit needs three bytes) and packed
+// with a byte compress; surrogates take the vector step only as well-formed pairs.
 #include "text/utf_kernel.h"
 
 #if defined(NYM_UTF_AVX)
 
+#include <immintrin.h>
+
+// GCC 12 takes the undefined pass-through of the unmasked AVX-512 intrinsics for a read of an
+// uninitialized value.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+
 namespace nym::impl {
 
+namespace {
+
+// Byte roles of a 32-bit lane in memory order [b0 b1 b2 b3]: the lead byte's marker, 80 for a
+// continuation byte, 01 for a byte dropped. An ASCII unit stands alone in b0, a pair's value
+// in its high half's lane.
+constexpr std::uint32_t ONE_BYTE = 0x01010100;
+constexpr std::uint32_t TWO_BYTES = 0x80C00101;
+constexpr std::uint32_t THREE_BYTES = 0x8080E001;
+constexpr std::uint32_t FOUR_BYTES = 0x808080F0;
+constexpr std::uint32_t NO_BYTES = 0x01010101;
+// Multishift offsets that put bits 18, 12, 6 and 0 of each 32-bit lane in b0..b3.
+constexpr long long SIX_BIT_FIELDS = 0x20262C3200060C12;
+// (high << 10) + low + this is the value of a pair.
+constexpr std::uint32_t PAIR_BIAS = 0x10000u - (0xD800u << 10) - 0xDC00u;
+// Ternary-logic tables over the inputs' selector bytes A = F0, B = CC, C = AA.
+constexpr int A_AND_B_OR_C = (0xF0 & 0xCC) | 0xAA;
+constexpr int A_THEN_B_ELSE_B_OR_C = (0xF0 & 0xCC) | (~0xF0 & (0xCC | 0xAA) & 0xFF);
+
+NYM_TARGET_AVX512 inline __m512i splat16(int v) { return _mm512_set1_epi16(static_cast<short>(v)); }
+NYM_TARGET_AVX512 inline __m512i splat32(std::uint32_t v) { return _mm512_set1_epi32(static_cast<int>(v)); }
+NYM_TARGET_AVX512 inline std::uint64_t low_bits64(unsigned n) { return _bzhi_u64(~std::uint64_t{0}, n); }
+
+NYM_TARGET_AVX512 inline char* compress_store(char* q, __mmask64 keep, __m512i bytes) {
+  // The compress goes to a register: its memory form is slow on some processors.
+  _mm512_storeu_si512(q, _mm512_maskz_compress_epi8(keep, bytes));
+  return q + _mm_popcnt_u64(keep);
+}
+
+// Units below 0x800, [C0 | u >> 6, 80 | u & 3F] per 16-bit lane; the first `units` lanes count.
+NYM_TARGET_AVX512 inline char* encode_two(__m512i u, __mmask32 ascii, unsigned units, char* q) {
+  // Bits 6.. and 0.. of each 16-bit lane, then the markers; u < 0x800 leaves bits 6 and 7
+  // of the first field clear.
+  const __m512i fields = _mm512_multishift_epi64_epi8(_mm512_set1_epi64(0x3036202610160006), u);
+  const __m512i lanes = _mm512_mask_mov_epi16(
+      _mm512_ternarylogic_epi32(fields, splat16(0x3F3F), splat16(0x80C0), A_AND_B_OR_C), ascii, u);
+  // Every byte of a longer form has its top bit set; ASCII keeps its first byte.
+  const __mmask64 keep = (_mm512_movepi8_mask(lanes) | 0x5555555555555555) & low_bits64(2 * units);
+  return compress_store(q, keep, lanes);
+}
+
+// Sixteen units zero-extended to 32-bit lanes; `next` holds the unit after each, for the pairs.
+// The masks' low 16 bits are theirs; only the first `units` lanes count.
+template <bool PAIRS>
+NYM_TARGET_AVX512 inline char* encode_wide(__m512i d, __m512i next, unsigned ascii_lanes, unsigned two_lanes,
+                                           unsigned high_lanes, unsigned low_lanes, unsigned units, char* q) {
+  const auto ascii = static_cast<__mmask16>(ascii_lanes);
+  const auto two = static_cast<__mmask16>(two_lanes);
+  const auto high = static_cast<__mmask16>(high_lanes);
+  const auto low = static_cast<__mmask16>(low_lanes);
+  __m512i value = d;
+  __m512i roles = splat32(THREE_BYTES);
+  if (PAIRS) {
+    value = _mm512_mask_add_epi32(d, high, _mm512_add_epi32(_mm512_slli_epi32(d, 10), next), splat32(PAIR_BIAS));
+    roles = _mm512_mask_mov_epi32(roles, high, splat32(FOUR_BYTES));
+    roles = _mm512_mask_mov_epi32(roles, low, splat32(NO_BYTES));
+  }
+  value = _mm512_mask_slli_epi32(value, ascii, d, 18);
+  roles = _mm512_mask_mov_epi32(roles, two, splat32(TWO_BYTES));
+  roles = _mm512_mask_mov_epi32(roles, ascii, splat32(ONE_BYTE));
+  const __m512i fields = _mm512_multishift_epi64_epi8(_mm512_set1_epi64(SIX_BIT_FIELDS), value);
+  // Bits 6 and 7 of b1..b3 come from the roles alone, the rest from the field or its marker:
+  // a lead's field is narrow enough to leave its marker's bits clear.
+  const __m512i bytes = _mm512_ternarylogic_epi32(splat32(0xC0C0C000), roles, fields, A_THEN_B_ELSE_B_OR_C);
+  const __mmask64 keep = _mm512_cmpneq_epi8_mask(roles, _mm512_set1_epi8(1)) & low_bits64(4 * units);
+  return compress_store(q, keep, bytes);
+}
+
+// Converts the n units of u (n <= 32, lanes past n zero), followed in the text by `after` (0
+// at its end). `carry` is 1 when lane 0 is the low half of a pair that the step before took,
+// and comes back 1 when this step takes the pair that its last lane starts, so that the
+// position moves on by whole steps whatever the text. Answers false, having written nothing,
+// when the units are not all plain characters and well-formed pairs.
+NYM_TARGET_AVX512 inline bool step(__m512i u, unsigned n, std::uint32_t after, unsigned& carry, char*& q) {
+  const __mmask32 wide = _mm512_test_epi16_mask(u, splat16(0xFF80));
+  if (wide == 0) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(q), _mm512_cvtepi16_epi8(u));
+    q += n;
+    return true;
+  }
+  const __mmask32 three = _mm512_test_epi16_mask(u, splat16(0xF800));
+  if (three == 0) {
+    q = encode_two(u, ~wide, n, q);
+    return true;
+  }
+  const __m512i from_d800 = _mm512_sub_epi16(u, splat16(0xD800));
+  const __mmask32 surrogate = _mm512_cmplt_epu16_mask(from_d800, splat16(0x800));
+  __mmask32 high = 0;
+  __mmask32 low = 0;
+  if (surrogate != 0) {
+    high = _mm512_cmplt_epu16_mask(from_d800, splat16(0x400));
+    low = surrogate & ~high;
+    const unsigned last_high = (high >> (n - 1)) & 1;
+    const unsigned after_low = after - 0xDC00u < 0x400u ? 1 : 0;
+    // Each high half directly followed by a low one (the last by `after`), and each low one
+    // so preceded.
+    const __mmask32 preceded = ((high << 1) | carry) & _bzhi_u32(~0u, n);
+    if ((low != preceded) | (last_high > after_low)) return false;
+    carry = last_high;
+  }
+  const __mmask32 ascii = ~wide;
+  const __mmask32 two = wide & ~three;
+  const __m512i d0 = _mm512_cvtepu16_epi32(_mm512_castsi512_si256(u));
+  const __m512i d1 = _mm512_cvtepu16_epi32(_mm512_extracti64x4_epi64(u, 1));
+  const unsigned units0 = n < 16 ? n : 16;
+  const unsigned units1 = n - units0;
+  if (surrogate == 0) {
+    q = encode_wide<false>(d0, d0, ascii, two, 0, 0, units0, q);
+    if (units1 != 0) q = encode_wide<false>(d1, d1, ascii >> 16, two >> 16, 0, 0, units1, q);
+  } else {
+    const __m512i next0 = _mm512_alignr_epi32(d1, d0, 1);
+    const __m512i next1 = _mm512_alignr_epi32(_mm512_set1_epi32(static_cast<int>(after)), d1, 1);
+    q = encode_wide<true>(d0, next0, ascii, two, high, low, units0, q);
+    if (units1 != 0) q = encode_wide<true>(d1, next1, ascii >> 16, two >> 16, high >> 16, low >> 16, units1, q);
+  }
+  return true;
+}
+
+}  // namespace
+
 NYM_TARGET_AVX512 void utf16_to_utf8_avx512(const Wchar* p, const Wchar* end, Nstring& out) {
-  utf16_to_utf8_ssse3(p, end, out);
+  char block[BLOCK + SLACK];
+  // A step stores two 64-byte vectors at most 48 bytes apart; a scalar stretch of 32 units
+  // writes at most 100 bytes.
+  char* const limit = block + BLOCK + SLACK - 112;
+  const __m512i even_bytes = _mm512_set_epi64(0x7E7C7A7876747270, 0x6E6C6A6866646260, 0x5E5C5A5856545250,
+                                              0x4E4C4A4846444240, 0x3E3C3A3836343230, 0x2E2C2A2826242220,
+                                              0x1E1C1A1816141210, 0x0E0C0A0806040200);
+  unsigned carry = 0;
+  while (p < end) {
+    char* q = block;
+    while (q < limit && p < end) {
+      // Runs of ASCII 64 units at a time.
+      while (end - p >= 64 && q < limit) {
+        const __m512i a = _mm512_loadu_si512(p);
+        const __m512i b = _mm512_loadu_si512(p + 32);
+        if (_mm512_test_epi16_mask(_mm512_or_si512(a, b), splat16(0xFF80)) != 0) break;
+        _mm512_storeu_si512(q, _mm512_permutex2var_epi8(a, even_bytes, b));
+        p += 64;
+        q += 64;
+      }
+      if (q >= limit || p == end) break;
+      const std::ptrdiff_t left = end - p;
+      unsigned n = 32;
+      std::uint32_t after = 0;
+      __m512i u;
+      if (left > 32) {
+        u = _mm512_loadu_si512(p);
+        after = p[32];
+      } else {
+        // Masked-out lanes are never read.
+        n = static_cast<unsigned>(left);
+        u = _mm512_maskz_loadu_epi16(_bzhi_u32(~0u, n), p);
+      }
+      if (step(u, n, after, carry, q)) {
+        p += n;
+        continue;
+      }
+      // A lone or broken surrogate among them: these units the scalar way, less the low half
+      // of a pair already written.
+      const Wchar* const stop = p + n;
+      p += carry;
+      carry = 0;
+      while (p < stop) q = utf16_char_to_utf8(p, end, q);
+    }
+    out.append(block, static_cast<std::size_t>(q - block));
+  }
 }
 
 }  // namespace nym::impl
