@@ -100,36 +100,51 @@ NYM_TARGET_AVX2 inline char* encode_three(__m256i u, __m256i two, __m256i three,
 NYM_TARGET_AVX2 void utf16_to_utf8_avx2(const Wchar* p, const Wchar* end, Nstring& out) {
   char block[BLOCK + SLACK];
   const __m256i not_ascii = splat16(0xFF80);
+  const __m256i not_two = splat16(0xF800);
   while (p < end) {
     char* q = block;
-    // A step writes at most 48 bytes and stores 16 at a time, none past q + 64.
+    // A step's 16-byte stores end by q + 64, inside the slack.
     char* const limit = block + BLOCK;
     while (end - p >= 16 && q < limit) {
-      while (end - p >= 32 && q < limit) {
-        const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
-        const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 16));
-        if (!_mm256_testz_si256(_mm256_or_si256(a, b), not_ascii)) break;
-        // The pack works per 128-bit half; the permute puts the halves back in order.
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(q), _mm256_permute4x64_epi64(_mm256_packus_epi16(a, b), 0xD8));
-        p += 32;
-        q += 32;
-      }
-      if (end - p < 16 || q >= limit) break;
       const __m256i u = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
       const __m256i two_lanes = _mm256_xor_si256(is_zero(_mm256_and_si256(u, not_ascii)), splat16(-1));
       const unsigned two = lane_bits(two_lanes);
       if (two == 0) {
-        const __m128i bytes = _mm_packus_epi16(_mm256_castsi256_si128(u), _mm256_extracti128_si256(u, 1));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(q), bytes);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(q),
+                         _mm_packus_epi16(_mm256_castsi256_si128(u), _mm256_extracti128_si256(u, 1)));
         p += 16;
         q += 16;
+        // A run of ASCII may go on: 32 units at a time.
+        while (end - p >= 32 && q < limit) {
+          const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+          const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 16));
+          if (!_mm256_testz_si256(_mm256_or_si256(a, b), not_ascii)) break;
+          // The pack works per 128-bit half; the permute puts the halves back in order.
+          _mm256_storeu_si256(reinterpret_cast<__m256i*>(q),
+                              _mm256_permute4x64_epi64(_mm256_packus_epi16(a, b), 0xD8));
+          p += 32;
+          q += 32;
+        }
         continue;
       }
-      const __m256i three_lanes = _mm256_xor_si256(is_zero(_mm256_and_si256(u, splat16(0xF800))), splat16(-1));
+      const __m256i three_lanes = _mm256_xor_si256(is_zero(_mm256_and_si256(u, not_two)), splat16(-1));
       const unsigned three = lane_bits(three_lanes);
       if (three == 0) {
         q = encode_two(u, two_lanes, two, q);
         p += 16;
+        // Text of one- and two-byte forms may go on: 32 units at a time without the other
+        // tests, until something longer or 32 units of ASCII.
+        while (end - p >= 32 && q < limit) {
+          const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+          const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p + 16));
+          const __m256i a_two = _mm256_xor_si256(is_zero(_mm256_and_si256(a, not_ascii)), splat16(-1));
+          const __m256i b_two = _mm256_xor_si256(is_zero(_mm256_and_si256(b, not_ascii)), splat16(-1));
+          const __m256i any = _mm256_or_si256(a_two, b_two);
+          if (!_mm256_testz_si256(_mm256_or_si256(a, b), not_two) || _mm256_testz_si256(any, any)) break;
+          q = encode_two(a, a_two, lane_bits(a_two), q);
+          q = encode_two(b, b_two, lane_bits(b_two), q);
+          p += 32;
+        }
         continue;
       }
       const __m256i surrogate_lanes = _mm256_cmpeq_epi16(_mm256_and_si256(u, splat16(0xF800)), splat16(0xD800));

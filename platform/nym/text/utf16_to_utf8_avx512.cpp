@@ -206,12 +206,15 @@ NYM_TARGET_AVX512 void utf16_to_utf8_avx512(const Wchar* p, const Wchar* end, Ns
       }
       if (taken == Steps::Result::two) {
         p += n;
-        // Text of one- and two-byte forms may go on: the step without its other tests.
+        // Text of one- and two-byte forms may go on: the step without its other tests, until
+        // something longer or a whole step of ASCII (a byte a unit).
         while (end - p >= 32 && q < limit) {
           const __m512i u = _mm512_loadu_si512(p);
           if (_mm512_test_epi16_mask(u, steps.not_two) != 0) break;
+          char* const before = q;
           q = steps.encode_two(u, ~_mm512_test_epi16_mask(u, steps.not_ascii), 32, q);
           p += 32;
+          if (q - before == 32) break;
         }
         continue;
       }
