@@ -179,7 +179,7 @@ struct Steps {
 }  // namespace
 
 NYM_TARGET_AVX512 void utf16_to_utf8_avx512(const Wchar* p, const Wchar* end, Nstring& out) {
-  char block[BLOCK + SLACK];
+  alignas(64) char block[BLOCK + SLACK];
   // A step stores two 64-byte vectors at most 48 bytes apart; a scalar stretch of 32 units
   // writes at most 100 bytes.
   char* const limit = block + BLOCK + SLACK - 112;
@@ -206,8 +206,18 @@ NYM_TARGET_AVX512 void utf16_to_utf8_avx512(const Wchar* p, const Wchar* end, Ns
       }
       if (taken == Steps::Result::two) {
         p += n;
-        // Text of one- and two-byte forms may go on: the step without its other tests, until
-        // something longer or a whole step of ASCII (a byte a unit).
+        // Text of one- and two-byte forms may go on: the step without its other tests, two at
+        // a time, until something longer or 64 units of ASCII (a byte a unit).
+        while (end - p >= 64 && q < limit - 16) {
+          const __m512i a = _mm512_loadu_si512(p);
+          const __m512i b = _mm512_loadu_si512(p + 32);
+          if (_mm512_test_epi16_mask(_mm512_or_si512(a, b), steps.not_two) != 0) break;
+          char* const before = q;
+          q = steps.encode_two(a, ~_mm512_test_epi16_mask(a, steps.not_ascii), 32, q);
+          q = steps.encode_two(b, ~_mm512_test_epi16_mask(b, steps.not_ascii), 32, q);
+          p += 64;
+          if (q - before == 64) break;
+        }
         while (end - p >= 32 && q < limit) {
           const __m512i u = _mm512_loadu_si512(p);
           if (_mm512_test_epi16_mask(u, steps.not_two) != 0) break;
