@@ -15,9 +15,13 @@ bool utf_kernel_supported(Utf_kernel kernel) {
       return ssse3;
     }
     case Utf_kernel::avx2: {
+      // Clang (14) has no "lzcnt" check; every processor with AVX2 and BMI2 has LZCNT.
       static const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
-                               __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt") &&
-                               __builtin_cpu_supports("lzcnt");
+                               __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt")
+#if !defined(__clang__)
+                               && __builtin_cpu_supports("lzcnt")
+#endif
+          ;
       return avx2;
     }
     case Utf_kernel::avx512: {
