@@ -192,7 +192,9 @@ TEST(UtfDifferentialTest, EveryPieceAtEverySeam) {
     while (s.size() < 40000) s += filler;
     ASSERT_EQ(check_utf8(s + "\xF0\x9F", s.size() + 2), "") << "blocks";
   }
-  for (const Wstring filler : {u"abcdefgh", u"\u0416\u0438", u"\u6587\u4EF6", u"\U0001F600 ", u"\u00E9\u6587a"}) {
+  // The last filler puts a pair in every lane in turn, among the longest forms.
+  for (const Wstring& filler : {Wstring(u"abcdefgh"), Wstring(u"\u0416\u0438"), Wstring(u"\u6587\u4EF6"),
+                               Wstring(u"\U0001F600 "), Wstring(u"\u00E9\u6587a"), Wstring(15, 0x6587) + u"\U0001F600"}) {
     Wstring base;
     while (base.size() < 200) base += filler;
     for (const Wstring& piece : UTF16_PIECES) {

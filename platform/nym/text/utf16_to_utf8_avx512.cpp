@@ -121,13 +121,14 @@ struct Steps {
     return compress_store(q, keep, bytes);
   }
 
+  enum class Result { fault, ascii, two, mixed };
+
   // Converts the n units of u (n <= 32, lanes past n zero; n == 32 when FULL), followed in the
   // text by `after` (0 at its end). `carry` is 1 when lane 0 is the low half of a pair that
   // the step before took, and comes back 1 when this step takes the pair that its last lane
   // starts, so that the position moves on by whole steps whatever the text. Answers a fault,
-  // having written nothing, when the units are not all plain characters and well-formed pairs.
-  enum class Result { fault, ascii, two, mixed };
-
+  // having written nothing, when the units are not all plain characters and well-formed pairs;
+  // else whether they were all ASCII, all below 0x800, or neither.
   template <bool FULL>
   NYM_TARGET_AVX512 Result step(__m512i u, unsigned n, std::uint32_t after, unsigned& carry, char*& q) const {
     if (FULL) n = 32;
@@ -180,8 +181,8 @@ struct Steps {
 
 NYM_TARGET_AVX512 void utf16_to_utf8_avx512(const Wchar* p, const Wchar* end, Nstring& out) {
   alignas(64) char block[BLOCK + SLACK];
-  // A step stores two 64-byte vectors at most 48 bytes apart; a scalar stretch of 32 units
-  // writes at most 100 bytes.
+  // A step stores two 64-byte vectors at most 49 bytes apart (a pair's four bytes in the last
+  // lane of the first half); a scalar stretch of 32 units writes at most 97 bytes.
   char* const limit = block + BLOCK + SLACK - 112;
   const __m512i even_bytes = _mm512_set_epi64(0x7E7C7A7876747270, 0x6E6C6A6866646260, 0x5E5C5A5856545250,
                                               0x4E4C4A4846444240, 0x3E3C3A3836343230, 0x2E2C2A2826242220,
