@@ -7,6 +7,7 @@
 
 #include "nym/string_basic.h"
 #include "nym/utf.h"
+#include "text/utf_kernel.h"
 #include "utf_harness.h"
 
 using namespace nym;
@@ -243,6 +244,13 @@ TEST(UtfDifferentialTest, TerminatorsAtEveryAlignment) {
       Nstring out8;
       nym_utf16_to_utf8(wide.data() + start, out8);
       ASSERT_EQ(out8, Nstring(length, 'z')) << start << " " << length;
+      for (const impl::Utf_kernel k : impl::ALL_UTF_KERNELS) {
+        for (const std::size_t bound : {std::size_t(0), length / 2, length, length + 20, SIZE_MAX}) {
+          if (!impl::utf_kernel_supported(k)) continue;
+          ASSERT_EQ(impl::utf16_length(wide.data() + start, bound, k), std::min(bound, length))
+              << impl::utf_kernel_name(k) << " " << start << " " << length << " " << bound;
+        }
+      }
       Wstring out16;
       nym_utf8_to_utf16(narrow.data() + start, out16);
       ASSERT_EQ(out16, Wstring(length, u'z')) << start << " " << length;

@@ -120,6 +120,10 @@ inline char* utf16_char_to_utf8(const Wchar*& p, const Wchar* end, char* q) {
   return encode_utf8(q, decode_utf16(p, end));
 }
 
+// utf16_length with the lines read by a kernel's instructions: SSE2 (on x64) for the baseline
+// and SSSE3, AVX2 for the wide ones. The tests hold each to the same answers.
+std::size_t utf16_length(const Wchar* text, std::size_t max, Utf_kernel kernel);
+
 // The baseline kernel: SSE2 steps over runs of ASCII where the build has SSE2 (every x64
 // processor), plain C++ elsewhere; the scalar steps for the rest.
 const unsigned char* utf8_to_utf16_baseline(const unsigned char* p, const unsigned char* end, Wstring& out);

@@ -72,7 +72,12 @@ NYM_NO_SANITIZE_READS std::size_t utf16_lines_sse2(const Wchar* text, const Wcha
 
 // Aligned loads never cross a page, so the scans may read past the terminator inside the
 // last aligned block; they look at nothing beyond it. Whole 64-byte lines go at a time.
-NYM_NO_SANITIZE_READS std::size_t utf16_length(const Wchar* text, std::size_t max) {
+std::size_t utf16_length(const Wchar* text, std::size_t max) {
+  return utf16_length(text, max, utf_kernel_supported(Utf_kernel::avx2) ? Utf_kernel::avx2 : Utf_kernel::baseline);
+}
+
+NYM_NO_SANITIZE_READS std::size_t utf16_length(const Wchar* text, std::size_t max, Utf_kernel kernel) {
+  static_cast<void>(kernel);
   const Wchar* p = text;
   // No stop when `max` reaches past the end of the address space.
   const Wchar* const stop =
@@ -84,7 +89,7 @@ NYM_NO_SANITIZE_READS std::size_t utf16_length(const Wchar* text, std::size_t ma
       ++p;
     }
 #if defined(NYM_UTF_AVX)
-    if (utf_kernel_supported(Utf_kernel::avx2)) return utf16_lines_avx2(text, p, stop, max);
+    if (kernel == Utf_kernel::avx2 || kernel == Utf_kernel::avx512) return utf16_lines_avx2(text, p, stop, max);
 #endif
     return utf16_lines_sse2(text, p, stop, max);
   }
