@@ -89,8 +89,10 @@ struct Steps {
     const __m512i fields = _mm512_multishift_epi64_epi8(two_fields, u);
     const __m512i lanes =
         _mm512_mask_mov_epi16(_mm512_ternarylogic_epi32(fields, low6, two_markers, A_AND_B_OR_C), ascii, u);
-    // Every byte of a longer form has its top bit set; ASCII keeps its first byte.
-    const __mmask64 keep = (_mm512_movepi8_mask(lanes) | 0x5555555555555555) & low_bits64(2 * units);
+    // Each lane's first byte, and its second where the unit is not ASCII (made with scalar
+    // instructions, which leave the vector units to the rest).
+    const __mmask64 keep =
+        (_pdep_u64(static_cast<__mmask32>(~ascii), 0xAAAAAAAAAAAAAAAA) | 0x5555555555555555) & low_bits64(2 * units);
     return compress_store(q, keep, lanes);
   }
 
