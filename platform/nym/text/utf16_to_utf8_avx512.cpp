@@ -18,13 +18,12 @@ namespace nym::impl {
 namespace {
 
 // Byte roles of a 32-bit lane in memory order [b0 b1 b2 b3]: the lead byte's marker, 80 for a
-// continuation byte, 01 for a byte dropped. An ASCII unit stands alone in b0, a pair's value
-// in its high half's lane.
-constexpr std::uint32_t ONE_BYTE = 0x01010100;
-constexpr std::uint32_t TWO_BYTES = 0x80C00101;
-constexpr std::uint32_t THREE_BYTES = 0x8080E001;
+// continuation byte (the bytes dropped are zero). An ASCII unit stands alone in b0, a pair's
+// value in its high half's lane.
+constexpr std::uint32_t ONE_BYTE = 0x00000000;
+constexpr std::uint32_t TWO_BYTES = 0x80C00000;
+constexpr std::uint32_t THREE_BYTES = 0x8080E000;
 constexpr std::uint32_t FOUR_BYTES = 0x808080F0;
-constexpr std::uint32_t NO_BYTES = 0x01010101;
 // Multishift offsets that put bits 18, 12, 6 and 0 of each 32-bit lane in b0..b3.
 constexpr long long SIX_BIT_FIELDS = 0x20262C3200060C12;
 // (high << 10) + low + this is the value of a pair.
@@ -55,13 +54,11 @@ struct Steps {
   __m512i two_markers;
   __m512i six_bit_fields;
   __m512i role_bits;
-  __m512i dropped;
   __m512i pair_bias;
   __m512i one_byte;
   __m512i two_bytes;
   __m512i three_bytes;
   __m512i four_bytes;
-  __m512i no_bytes;
 
   NYM_TARGET_AVX512 Steps()
       : not_ascii(splat16(0xFF80)),
@@ -74,13 +71,11 @@ struct Steps {
         two_markers(splat16(0x80C0)),
         six_bit_fields(_mm512_set1_epi64(SIX_BIT_FIELDS)),
         role_bits(splat32(0xC0C0C000)),
-        dropped(_mm512_set1_epi8(1)),
         pair_bias(splat32(PAIR_BIAS)),
         one_byte(splat32(ONE_BYTE)),
         two_bytes(splat32(TWO_BYTES)),
         three_bytes(splat32(THREE_BYTES)),
-        four_bytes(splat32(FOUR_BYTES)),
-        no_bytes(splat32(NO_BYTES)) {}
+        four_bytes(splat32(FOUR_BYTES)) {}
 
   // Units below 0x800, [C0 | u >> 6, 80 | u & 3F] per 16-bit lane; the first `units` lanes count.
   NYM_TARGET_AVX512 char* encode_two(__m512i u, __mmask32 ascii, unsigned units, char* q) const {
@@ -104,13 +99,11 @@ struct Steps {
     const auto ascii = static_cast<__mmask16>(ascii_lanes);
     const auto two = static_cast<__mmask16>(two_lanes);
     const auto high = static_cast<__mmask16>(high_lanes);
-    const auto low = static_cast<__mmask16>(low_lanes);
     __m512i value = d;
     __m512i roles = three_bytes;
     if (PAIRS) {
       value = _mm512_mask_add_epi32(d, high, _mm512_add_epi32(_mm512_slli_epi32(d, 10), next), pair_bias);
       roles = _mm512_mask_mov_epi32(roles, high, four_bytes);
-      roles = _mm512_mask_mov_epi32(roles, low, no_bytes);
     }
     value = _mm512_mask_slli_epi32(value, ascii, d, 18);
     roles = _mm512_mask_mov_epi32(roles, two, two_bytes);
@@ -119,7 +112,13 @@ struct Steps {
     // Bits 6 and 7 of b1..b3 come from the roles alone, the rest from the field or its
     // marker: a lead's field is narrow enough to leave its marker's bits clear.
     const __m512i bytes = _mm512_ternarylogic_epi32(role_bits, roles, fields, A_THEN_B_ELSE_B_OR_C);
-    const __mmask64 keep = _mm512_cmpneq_epi8_mask(roles, dropped) & low_bits64(4 * units);
+    // The bytes kept, a nibble a lane, made with scalar instructions: b0 for ASCII and a pair,
+    // b1 for three bytes and a pair, b2 and b3 for all but ASCII; nothing for a low half.
+    const unsigned wide = ~ascii_lanes & 0xFFFF & ~low_lanes;
+    const std::uint64_t lanes = 0x1111111111111111;
+    const std::uint64_t keep = (_pdep_u64((ascii_lanes | high_lanes) & 0xFFFF, lanes) |
+                                _pdep_u64(wide & ~two_lanes, lanes) << 1 | _pdep_u64(wide, lanes) * 0xC) &
+                               low_bits64(4 * units);
     return compress_store(q, keep, bytes);
   }
 
