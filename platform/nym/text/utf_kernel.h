@@ -259,6 +259,9 @@ struct Block_stream {
   }
 };
 #endif
+// utf16_length with the lines read by a kernel's instructions: SSE2 (on x64) for the baseline
+// and SSSE3, AVX2 for the wide ones. The tests hold each to the same answers.
+std::size_t utf16_length(const Wchar* text, std::size_t max, Utf_kernel kernel);
 
 // The baseline kernel: SSE2 steps over runs of ASCII where the build has SSE2 (every x64
 // processor), plain C++ elsewhere; the scalar steps for the rest.

@@ -1,6 +1,7 @@
 // The SSSE3 kernel: whole 16-byte windows of short sequences, decoded and packed with a byte
 // shuffle; the scalar steps take whatever the window test refuses.
 #include "text/utf_kernel.h"
+#include "text/utf16_to_utf8_tables.h"
 
 #if defined(NYM_UTF_SSSE3)
 
@@ -27,46 +28,11 @@ constexpr Shuffle_table make_lane_packing() {
   return t;
 }
 
-// UTF-8 of eight units of at most two bytes, each lane holding [first, second]: bit j set
-// when unit j takes both bytes. count is in bytes.
-constexpr Shuffle_table make_two_byte_packing() {
-  Shuffle_table t{};
-  for (unsigned m = 0; m < 256; ++m) {
-    unsigned k = 0;
-    for (unsigned lane = 0; lane < 8; ++lane) {
-      t.shuffle[m][k++] = static_cast<unsigned char>(2 * lane);
-      if ((m & (1u << lane)) != 0) t.shuffle[m][k++] = static_cast<unsigned char>(2 * lane + 1);
-    }
-    t.count[m] = static_cast<unsigned char>(k);
-    for (; k < 16; ++k) t.shuffle[m][k] = 0x80;
-  }
-  return t;
-}
-
-// UTF-8 of four units in 32-bit slots [b0, b1, b2, b3]: two bits per unit give how many of
-// its slot's bytes to keep (0 to 3). count is in bytes.
-constexpr Shuffle_table make_slot_packing() {
-  Shuffle_table t{};
-  for (unsigned m = 0; m < 256; ++m) {
-    unsigned k = 0;
-    for (unsigned slot = 0; slot < 4; ++slot) {
-      const unsigned length = (m >> (2 * slot)) & 3;
-      for (unsigned i = 0; i < length; ++i) t.shuffle[m][k++] = static_cast<unsigned char>(4 * slot + i);
-    }
-    t.count[m] = static_cast<unsigned char>(k);
-    for (; k < 16; ++k) t.shuffle[m][k] = 0x80;
-  }
-  return t;
-}
-
 }  // namespace
 
 const Shuffle_table LANE_PACKING = make_lane_packing();
 
 namespace {
-
-constexpr Shuffle_table TWO_BYTE_PACKING = make_two_byte_packing();
-constexpr Shuffle_table SLOT_PACKING = make_slot_packing();
 
 // Four mask bits spread to the low bit of four 2-bit fields.
 constexpr unsigned char SPREAD[16] = {0x00, 0x01, 0x04, 0x05, 0x10, 0x11, 0x14, 0x15,
