@@ -150,7 +150,7 @@ inline void Nym_buffer::take_spin() const {
 
 inline void Nym_buffer::release_spin() const { __atomic_store_n(&m_spin, 0, __ATOMIC_RELEASE); }
 
-Nym_buffer::Reader_thread* Nym_buffer::reader_entry(std::uintptr_t thread) const {
+Nym_buffer::Reader_thread* Nym_buffer::reader_entry(unsigned int thread) const {
   for (unsigned int i = 0; i < m_reader_slots_used; ++i) {
     if (m_reader_slots[i].thread == thread) return &m_reader_slots[i];
   }
@@ -161,7 +161,7 @@ Nym_buffer::Reader_thread* Nym_buffer::reader_entry(std::uintptr_t thread) const
 }
 
 void Nym_buffer::read_lock() const {
-  const std::uintptr_t self = impl::current_thread_id();
+  const unsigned int self = impl::current_thread_id();
   // A read inside this thread's own write: the write lock shuts everyone else out already,
   // and opening the group now would let other readers in beside the write.
   if (load_shared(m_writer_thread) == self) return;
@@ -191,7 +191,7 @@ void Nym_buffer::read_lock() const {
 }
 
 void Nym_buffer::read_unlock() const {
-  const std::uintptr_t self = impl::current_thread_id();
+  const unsigned int self = impl::current_thread_id();
   if (load_shared(m_writer_thread) == self) return;
   take_spin();
   Reader_thread* const entry = reader_entry(self);
@@ -217,7 +217,7 @@ void Nym_buffer::read_unlock() const {
 }
 
 void Nym_buffer::write_lock() const {
-  const std::uintptr_t self = impl::current_thread_id();
+  const unsigned int self = impl::current_thread_id();
   if (load_shared(m_writer_thread) == self) {
     m_writer_lock.lock();
     ++m_writer_depth;
@@ -235,7 +235,7 @@ void Nym_buffer::write_lock() const {
     if (m_readers == 0) {
       // Marked under the spin word, where readers count themselves in: from here no reader
       // enters until write_unlock.
-      store_shared(m_writer_thread, self);
+      store_shared(m_writer_thread, std::uintptr_t{self});
       release_spin();
       break;
     }
