@@ -66,19 +66,16 @@ Memory_store& shared_store() {
 std::shared_mutex g_shared;
 std::mutex g_mutex;
 
-// About 1 MB of lines of 0 to 120 characters.
-const std::string& text() {
-  static const std::string t = [] {
-    std::string out;
-    unsigned seed = 1;
-    while (out.size() < (1u << 20)) {
-      seed = seed * 1103515245u + 12345u;
-      out.append((seed >> 16) % 121, static_cast<char>('a' + (seed >> 8) % 26));
-      out += '\n';
-    }
-    return out;
-  }();
-  return t;
+// About 1 MB of lines: of 0 to 120 characters (length 0), or all of `length` bytes with their LF.
+std::string text(std::size_t length) {
+  std::string out;
+  unsigned seed = 1;
+  while (out.size() < (1u << 20)) {
+    seed = seed * 1103515245u + 12345u;
+    out.append(length == 0 ? (seed >> 16) % 121 : length - 1, static_cast<char>('a' + (seed >> 8) % 26));
+    out += '\n';
+  }
+  return out;
 }
 
 }  // namespace
@@ -131,34 +128,36 @@ BENCHMARK(BM_srwlock_shared_read_path)->Threads(1)->Threads(2);
 #endif
 
 static void BM_nym_readln(benchmark::State& state) {
-  Memory_store store(text());
+  const std::string lines = text(static_cast<std::size_t>(state.range(0)));
+  Memory_store store(lines);
   Nstring line;
   Nym_status status;
   Nym_buffered_istream stream(store, false, status, NYM_EOL_LF);
   for (auto _ : state) {
     stream.seek(int64{0});
-    std::size_t lines = 0;
+    std::size_t count = 0;
     for (;;) {
-      stream.readln(2048, line, status);
+      stream.readln(16384, line, status);
       if (status.is_error()) break;
-      ++lines;
+      ++count;
     }
-    benchmark::DoNotOptimize(lines);
+    benchmark::DoNotOptimize(count);
   }
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text().size()));
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * lines.size()));
 }
-BENCHMARK(BM_nym_readln);
+BENCHMARK(BM_nym_readln)->Arg(0)->Arg(80)->Arg(8192);
 
 static void BM_std_getline(benchmark::State& state) {
+  const std::string lines = text(static_cast<std::size_t>(state.range(0)));
   std::string line;
-  std::istringstream in(text());
+  std::istringstream in(lines);
   for (auto _ : state) {
     in.clear();
     in.seekg(0);
-    std::size_t lines = 0;
-    while (std::getline(in, line)) ++lines;
-    benchmark::DoNotOptimize(lines);
+    std::size_t count = 0;
+    while (std::getline(in, line)) ++count;
+    benchmark::DoNotOptimize(count);
   }
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text().size()));
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * lines.size()));
 }
-BENCHMARK(BM_std_getline);
+BENCHMARK(BM_std_getline)->Arg(0)->Arg(80)->Arg(8192);

@@ -1,7 +1,7 @@
 // nym_copy_stream between two memory stores (a raw memory buffer read through an unbuffered
 // stream, into a string buffer of the same size written in place) beside a plain memcpy of
-// the same bytes. The gap is the helper's 64 KiB bounce block (two copies instead of one)
-// plus a lock and a status per block.
+// the same bytes. The raw store hands its bytes to the copy in place, so what is left is a lock
+// and a status per 64 KiB block.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>

@@ -1,11 +1,14 @@
 // UTF-8 <-> UTF-16 conversion of 1 MiB of text of five kinds, beside ICU's u_strFromUTF8 /
 // u_strToUTF8, the Windows calls (Windows build), and memcpy of the same input as the ceiling.
-// Throughput is in input bytes.
+// Throughput is in input bytes; of_memcpy is each conversion's throughput as a fraction of
+// memcpy of the same input, measured in the same run just before.
 #include <benchmark/benchmark.h>
 
 #include <unicode/ustring.h>
 
+#include <chrono>
 #include <cstring>
+#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -70,78 +73,107 @@ const Wstring& utf16_text(Kind kind) {
   return text;
 }
 
+using Clock = std::chrono::steady_clock;
+
+double seconds_since(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+
+// Bytes a second that memcpy copies of these bytes, over a tenth of a second (once per input).
+double memcpy_rate(const void* in, std::size_t bytes) {
+  static std::map<const void*, double> rates;
+  double& rate = rates[in];
+  if (rate == 0) {
+    std::vector<char> out(bytes);
+    std::size_t copies = 0;
+    const Clock::time_point start = Clock::now();
+    do {
+      std::memcpy(out.data(), in, bytes);
+      benchmark::DoNotOptimize(out.data());
+      benchmark::ClobberMemory();
+      ++copies;
+    } while (seconds_since(start) < 0.1);
+    rate = static_cast<double>(copies * bytes) / seconds_since(start);
+  }
+  return rate;
+}
+
+// Runs `convert` over `bytes` of input at `in` and reports its throughput, also as a fraction of
+// memcpy's.
+template <class Convert>
+void run(benchmark::State& state, const void* in, std::size_t bytes, Convert convert) {
+  const double ceiling = memcpy_rate(in, bytes);
+  const Clock::time_point start = Clock::now();
+  for (auto _ : state) convert();
+  const double rate = static_cast<double>(state.iterations() * bytes) / seconds_since(start);
+  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * bytes));
+  state.counters["of_memcpy"] = rate / ceiling;
+}
+
 void nym_8_to_16(benchmark::State& state, Kind kind) {
   const std::string& in = utf8_text(kind);
   Wstring out;
-  for (auto _ : state) {
+  run(state, in.data(), in.size(), [&] {
     nym_utf8_to_utf16(in.c_str(), out);
     benchmark::DoNotOptimize(out.data());
-  }
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * in.size()));
+  });
 }
 
 void icu_8_to_16(benchmark::State& state, Kind kind) {
   const std::string& in = utf8_text(kind);
   std::vector<UChar> out(in.size() + 1);
-  for (auto _ : state) {
+  run(state, in.data(), in.size(), [&] {
     UErrorCode error = U_ZERO_ERROR;
     int32_t length = 0;
     u_strFromUTF8(out.data(), static_cast<int32_t>(out.size()), &length, in.c_str(),
                   static_cast<int32_t>(in.size()), &error);
     benchmark::DoNotOptimize(out.data());
     if (U_FAILURE(error)) state.SkipWithError("u_strFromUTF8 failed");
-  }
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * in.size()));
+  });
 }
 
 void nym_16_to_8(benchmark::State& state, Kind kind) {
   const Wstring& in = utf16_text(kind);
   Nstring out;
-  for (auto _ : state) {
+  run(state, in.data(), in.size() * 2, [&] {
     nym_utf16_to_utf8(in.c_str(), out);
     benchmark::DoNotOptimize(out.data());
-  }
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * in.size() * 2));
+  });
 }
 
 void icu_16_to_8(benchmark::State& state, Kind kind) {
   const Wstring& in = utf16_text(kind);
   std::vector<char> out(in.size() * 3 + 1);
-  for (auto _ : state) {
+  run(state, in.data(), in.size() * 2, [&] {
     UErrorCode error = U_ZERO_ERROR;
     int32_t length = 0;
     u_strToUTF8(out.data(), static_cast<int32_t>(out.size()), &length, in.c_str(), static_cast<int32_t>(in.size()),
                 &error);
     benchmark::DoNotOptimize(out.data());
     if (U_FAILURE(error)) state.SkipWithError("u_strToUTF8 failed");
-  }
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * in.size() * 2));
+  });
 }
 
 #if defined(_WIN32)
 void win_8_to_16(benchmark::State& state, Kind kind) {
   const std::string& in = utf8_text(kind);
   std::vector<wchar_t> out(in.size() + 1);
-  for (auto _ : state) {
+  run(state, in.data(), in.size(), [&] {
     const int n = MultiByteToWideChar(CP_UTF8, 0, in.data(), static_cast<int>(in.size()), out.data(),
                                       static_cast<int>(out.size()));
     benchmark::DoNotOptimize(n);
     if (n == 0) state.SkipWithError("MultiByteToWideChar failed");
-  }
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * in.size()));
+  });
 }
 
 void win_16_to_8(benchmark::State& state, Kind kind) {
   const Wstring& in = utf16_text(kind);
   std::vector<char> out(in.size() * 3 + 1);
-  for (auto _ : state) {
+  run(state, in.data(), in.size() * 2, [&] {
     const int n = WideCharToMultiByte(CP_UTF8, 0, reinterpret_cast<const wchar_t*>(in.data()),
                                       static_cast<int>(in.size()), out.data(), static_cast<int>(out.size()),
                                       nullptr, nullptr);
     benchmark::DoNotOptimize(n);
     if (n == 0) state.SkipWithError("WideCharToMultiByte failed");
-  }
-  state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * in.size() * 2));
+  });
 }
 #endif
 

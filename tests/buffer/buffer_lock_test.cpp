@@ -97,8 +97,8 @@ TEST(BufferTest, ReadersShareTheLockAndTheWriterWaitsForThem) {
 
 namespace {
 
-// A reads first, so it took the writer lock for the group; B starts reading; A stops and
-// writes while B is still inside. A's write waits for B, whose read sees one version.
+// A reads first and B joins it; A stops and writes while B is still inside. A's write waits
+// for B, whose read sees one version.
 template <class Store>
 void check_write_waits_for_the_group_it_opened(Store& store) {
   Nym_status status;

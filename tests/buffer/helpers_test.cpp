@@ -2,6 +2,7 @@
 // questions the streams ask.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -9,6 +10,7 @@
 #include <system_error>
 #include <tuple>
 
+#include "nym/raw_memory_buffer.h"
 #include "nym/path_query.h"
 #include "nym/stream_helpers.h"
 #include "nym/string_buffer.h"
@@ -81,6 +83,61 @@ TEST(StreamHelpersTest, CopyAndSwap) {
   Nym_unbuffered_istream detached;
   nym_swap_stream(detached, out.stream, status);
   EXPECT_EQ(status.value(), NYM_S_STREAM_NOT_ATTACHED);
+}
+
+// A stream of a class of its own is read through the copy's block.
+struct Block_read_stream : Nym_unbuffered_istream {
+  using Nym_unbuffered_istream::Nym_unbuffered_istream;
+};
+
+// A memory store's bytes copied in place: as through the block, a write failing midway (the
+// string limit) included, and bytes of the output's own string too.
+TEST(StreamHelpersTest, CopyInPlaceAsThroughTheBlock) {
+  const std::string data = pattern(700001);
+  // From, count (NYM_NPOS: the rest) and whether the output has no limit.
+  const std::tuple<int64, uint64, bool> cases[] = {{0, NYM_NPOS, true},  {5, 65536 * 3 + 7, true}, {-1, NYM_NPOS, true},
+                                                   {700001, NYM_NPOS, true}, {0, NYM_NPOS, false}, {0x7FFFFFFFFFFFFFF0, 100, true}};
+  for (const auto& [from, count, no_limit] : cases) {
+    Nym_raw_memory_buffer raw(700001, reinterpret_cast<const unsigned char*>(data.data()),
+                              Nym_raw_memory_buffer::KEEP_MEMORY);
+    Nym_status got[2];
+    Block_read_stream reference(raw, false, got[0]);
+    Nym_unbuffered_istream in_place(raw, false, got[1]);
+    Nym_istream* inputs[2] = {&reference, &in_place};
+    Output out[2] = {Output(no_limit), Output(no_limit)};
+    for (int i = 0; i < 2; ++i) {
+      inputs[i]->seek(from);
+      if (count == NYM_NPOS) nym_copy_stream(*inputs[i], out[i].stream, got[i]);
+      else nym_copy_stream(*inputs[i], out[i].stream, count, got[i]);
+    }
+    EXPECT_TRUE(got[0].compare(got[1], true, true) && out[0].text == out[1].text &&
+                inputs[0]->tell() == inputs[1]->tell())
+        << from << " " << count << ": " << std::hex << got[0].value() << " " << got[1].value();
+  }
+  Output out;
+  out.text = data.substr(0, 1010);
+  Nym_raw_memory_buffer own(1000, reinterpret_cast<const unsigned char*>(out.text.data()), Nym_raw_memory_buffer::KEEP_MEMORY);
+  Nym_unbuffered_istream in(own, false, out.status);
+  out.stream.seek(int64{10});
+  nym_copy_stream(in, out.stream, out.status);
+  EXPECT_EQ(out.text, data.substr(0, 10) + data.substr(0, 1000));
+
+  // A store derived from the memory store is read with its own read, never in place.
+  struct Shouting_store : Nym_raw_memory_buffer {
+    using Nym_raw_memory_buffer::Nym_raw_memory_buffer;
+    uint64 read(bool wait, int64& position, uint64 count, void* bytes, Nym_status& status) const override {
+      const uint64 n = Nym_raw_memory_buffer::read(wait, position, count, bytes, status);
+      for (uint64 i = 0; i < n; ++i) static_cast<char*>(bytes)[i] = static_cast<char>(std::toupper(static_cast<char*>(bytes)[i]));
+      return n;
+    }
+  };
+  const std::string quiet = "quiet";
+  Shouting_store shouting(quiet.size(), reinterpret_cast<const unsigned char*>(quiet.data()),
+                          Nym_raw_memory_buffer::KEEP_MEMORY);
+  Nym_unbuffered_istream loud(shouting, false, out.status);
+  Output shouted;
+  nym_copy_stream(loud, shouted.stream, shouted.status);
+  EXPECT_EQ(shouted.text, "QUIET");
 }
 
 TEST(StreamHelpersTest, CountAndSkipLines) {

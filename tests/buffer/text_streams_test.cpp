@@ -30,8 +30,8 @@ Nstring bytes_of(const Wstring& w) { return Nstring(reinterpret_cast<const char*
 enum class End { plain, quiet, eager };
 
 struct Ending_functor : nym_test::Trickle_functor {
-  Ending_functor(const std::string& bytes, End end, uint64 step, uint64 fail_at)
-      : Trickle_functor(bytes, step, 0, fail_at), end(end) {}
+  Ending_functor(const std::string& bytes, End how, uint64 step, uint64 fail_at)
+      : Trickle_functor(bytes, step, 0, fail_at), end(how) {}
   uint64 read(bool wait, int64& position, uint64 count, void* data, Nym_status& status) override {
     const uint64 n = Trickle_functor::read(wait, position, count, data, status);
     if (n == 0 && end == End::quiet && status == NYM_S_END_OF_DATA && ++quiet_reads < 50) status.clear();

@@ -240,7 +240,7 @@ TEST_F(DirectoryTest, TempDirectoryChain) {
     _wputenv(r.qx_tmp);
     _wputenv(r.tmp);
     RegDeleteValueW(key, L"TMP");
-    if (r.type != 0) RegSetValueExW(key, L"TMP", 0, r.type, reinterpret_cast<const BYTE*>(r.value), 2 * (wcslen(r.value) + 1));
+    if (r.type != 0) RegSetValueExW(key, L"TMP", 0, r.type, reinterpret_cast<const BYTE*>(r.value), static_cast<DWORD>(2 * (wcslen(r.value) + 1)));
     EXPECT_EQ(nym_test::utf8(impl::nym_temp_directory_chain()), r.expected);
   }
   _wputenv(L"NYM_TEST_ROOT=");

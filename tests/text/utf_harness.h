@@ -37,10 +37,10 @@ inline std::string check_utf8(const std::string& text, std::size_t bound) {
   if (fast != walked) return "the bounded nym_utf8_to_utf16 differs from the walk at bound " + std::to_string(bound);
   walked.clear();
   const unsigned char* const walk_end = impl::utf8_to_utf16_walk(p, p + bound, walked);
-  for (const impl::Utf_kernel k : {impl::Utf_kernel::baseline, impl::Utf_kernel::ssse3}) {
+  for (const impl::Utf_kernel k : impl::ALL_UTF_KERNELS) {
     if (!impl::utf_kernel_supported(k)) continue;
     Wstring out = u"x";  // the kernels append
-    const char* const name = k == impl::Utf_kernel::baseline ? "baseline" : "ssse3";
+    const char* const name = impl::utf_kernel_name(k);
     if (impl::utf8_to_utf16_append(p, p + bound, out, k) != walk_end) return std::string(name) + " stops elsewhere";
     if (out != u"x" + walked) return std::string(name) + " differs at bound " + std::to_string(bound);
   }
@@ -62,11 +62,11 @@ inline std::string check_utf16(const nym::Wstring& text) {
   if (appended != "pre" + fast) return "nym_string_append differs from nym_utf16_to_utf8";
   Nstring all;
   impl::utf16_to_utf8_walk(text.data(), text.data() + text.size(), all);
-  for (const impl::Utf_kernel k : {impl::Utf_kernel::baseline, impl::Utf_kernel::ssse3}) {
+  for (const impl::Utf_kernel k : impl::ALL_UTF_KERNELS) {
     if (!impl::utf_kernel_supported(k)) continue;
     Nstring out = "x";
     impl::utf16_to_utf8_append(text.data(), text.data() + text.size(), out, k);
-    if (out != "x" + all) return std::string(k == impl::Utf_kernel::baseline ? "baseline" : "ssse3") + " differs";
+    if (out != "x" + all) return std::string(impl::utf_kernel_name(k)) + " differs";
   }
   for (std::size_t i = 0; i < terminated.size(); ++i) {
     if (impl::is_high_surrogate(terminated[i]) && i + 1 < terminated.size() && impl::is_low_surrogate(terminated[i + 1])) {

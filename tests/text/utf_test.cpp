@@ -7,6 +7,7 @@
 
 #include "nym/string_basic.h"
 #include "nym/utf.h"
+#include "text/utf_kernel.h"
 #include "utf_harness.h"
 
 using namespace nym;
@@ -192,11 +193,13 @@ TEST(UtfDifferentialTest, EveryPieceAtEverySeam) {
     while (s.size() < 40000) s += filler;
     ASSERT_EQ(check_utf8(s + "\xF0\x9F", s.size() + 2), "") << "blocks";
   }
-  for (const Wstring filler : {u"abcdefgh", u"\u0416\u0438", u"\u6587\u4EF6", u"\U0001F600 ", u"\u00E9\u6587a"}) {
+  // The last filler puts a pair in every lane in turn, among the longest forms.
+  for (const Wstring& filler : {Wstring(u"abcdefgh"), Wstring(u"\u0416\u0438"), Wstring(u"\u6587\u4EF6"),
+                               Wstring(u"\U0001F600 "), Wstring(u"\u00E9\u6587a"), Wstring(15, 0x6587) + u"\U0001F600"}) {
     Wstring base;
-    while (base.size() < 80) base += filler;
+    while (base.size() < 200) base += filler;
     for (const Wstring& piece : UTF16_PIECES) {
-      for (std::size_t at = 0; at < 48; ++at) {
+      for (std::size_t at = 0; at < 136; ++at) {
         ASSERT_EQ(check_utf16(base.substr(0, at) + piece + base), "") << at;
         ASSERT_EQ(check_utf16(base.substr(0, at) + piece), "") << at << ": a high half with nothing after it";
       }
@@ -204,6 +207,18 @@ TEST(UtfDifferentialTest, EveryPieceAtEverySeam) {
     Wstring w(filler.size() % 3, u'q');
     while (w.size() < 20000) w += filler;
     ASSERT_EQ(check_utf16(w + static_cast<Wchar>(0xD83D)), "") << "blocks";
+    // Each fault at every unit whose UTF-8 lands where the kernels' 8,192-byte output blocks
+    // fill up (a block closes up to a step's worth early).
+    std::size_t at = 0;
+    for (std::size_t bytes = 0; bytes < 8192 + 8; ++at) {
+      const Wchar u = w[at];
+      if (bytes >= 8192 - 160 && !impl::is_low_surrogate(u)) {
+        for (std::size_t i = UTF16_WELL_FORMED; i < UTF16_PIECES.size(); ++i) {
+          ASSERT_EQ(check_utf16(w.substr(0, at) + UTF16_PIECES[i] + w.substr(at, 200)), "") << "seam " << at;
+        }
+      }
+      bytes += u < 0x80 ? 1 : u < 0x800 ? 2 : impl::is_high_surrogate(u) ? 4 : impl::is_low_surrogate(u) ? 0 : 3;
+    }
   }
   // Runs of high surrogates that end where nym_utf16_to_utf8's 16,384-unit slices meet: each
   // takes the unit after it, whichever side of the seam that unit lies on.
@@ -229,6 +244,13 @@ TEST(UtfDifferentialTest, TerminatorsAtEveryAlignment) {
       Nstring out8;
       nym_utf16_to_utf8(wide.data() + start, out8);
       ASSERT_EQ(out8, Nstring(length, 'z')) << start << " " << length;
+      for (const impl::Utf_kernel k : impl::ALL_UTF_KERNELS) {
+        for (const std::size_t bound : {std::size_t(0), length / 2, length, length + 20, SIZE_MAX}) {
+          if (!impl::utf_kernel_supported(k)) continue;
+          ASSERT_EQ(impl::utf16_length(wide.data() + start, bound, k), std::min(bound, length))
+              << impl::utf_kernel_name(k) << " " << start << " " << length << " " << bound;
+        }
+      }
       Wstring out16;
       nym_utf8_to_utf16(narrow.data() + start, out16);
       ASSERT_EQ(out16, Wstring(length, u'z')) << start << " " << length;

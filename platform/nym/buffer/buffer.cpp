@@ -31,7 +31,7 @@ void decrement_unless_zero(volatile int& word) {
   }
 }
 
-// Words shared without a lock: m_group_in and m_writer_thread.
+// m_writer_thread: set under the spin word, read without it as well.
 template <class T>
 T load_shared(const T& word) {
   return __atomic_load_n(&word, __ATOMIC_ACQUIRE);
@@ -132,13 +132,17 @@ inline void Nym_buffer::take_spin() const {
   if (__atomic_compare_exchange_n(&m_spin, &free_word, 1, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED)) return;
   const bool alone = processors() < 2;
   for (;;) {
-    if (alone) {
-      impl::yield_processor();
-    } else {
+    // Waits with plain reads, which leave the word's line shared, and tries again only once it
+    // looks free: a compare-exchange in the loop would take the line from its holder each time.
+    do {
+      if (alone) {
+        impl::yield_processor();
+      } else {
 #if defined(__x86_64__) || defined(__i386__)
-      __builtin_ia32_pause();
+        __builtin_ia32_pause();
 #endif
-    }
+      }
+    } while (__atomic_load_n(&m_spin, __ATOMIC_RELAXED) != 0);
     free_word = 0;
     if (__atomic_compare_exchange_n(&m_spin, &free_word, 1, false, __ATOMIC_ACQUIRE, __ATOMIC_RELAXED)) return;
   }
@@ -146,7 +150,7 @@ inline void Nym_buffer::take_spin() const {
 
 inline void Nym_buffer::release_spin() const { __atomic_store_n(&m_spin, 0, __ATOMIC_RELEASE); }
 
-Nym_buffer::Reader_thread* Nym_buffer::reader_entry(std::uintptr_t thread) const {
+Nym_buffer::Reader_thread* Nym_buffer::reader_entry(unsigned int thread) const {
   for (unsigned int i = 0; i < m_reader_slots_used; ++i) {
     if (m_reader_slots[i].thread == thread) return &m_reader_slots[i];
   }
@@ -157,11 +161,18 @@ Nym_buffer::Reader_thread* Nym_buffer::reader_entry(std::uintptr_t thread) const
 }
 
 void Nym_buffer::read_lock() const {
-  const std::uintptr_t self = impl::current_thread_id();
+  const unsigned int self = impl::current_thread_id();
   // A read inside this thread's own write: the write lock shuts everyone else out already,
   // and opening the group now would let other readers in beside the write.
   if (load_shared(m_writer_thread) == self) return;
   take_spin();
+  // A writer is in: wait for it on its lock (never with the spin word held), then look again.
+  while (load_shared(m_writer_thread) != 0) {
+    release_spin();
+    m_writer_lock.lock();
+    m_writer_lock.unlock();
+    take_spin();
+  }
   Reader_thread* const entry = reader_entry(self);
   if (entry != nullptr) {
     ++entry->depth;
@@ -175,31 +186,29 @@ void Nym_buffer::read_lock() const {
       throw;
     }
   }
-  if (m_readers++ == 0) {
-    m_writer_lock.lock();
-    store_shared(m_group_in, 1);
-  }
+  ++m_readers;
   release_spin();
 }
 
 void Nym_buffer::read_unlock() const {
-  const std::uintptr_t self = impl::current_thread_id();
+  const unsigned int self = impl::current_thread_id();
   if (load_shared(m_writer_thread) == self) return;
   take_spin();
   Reader_thread* const entry = reader_entry(self);
   if (entry != nullptr && --entry->depth == 0) {
-    // The last entry fills the gap, from the vector while it holds any.
+    // The last entry fills the gap, from the vector while it holds any. The usual reader is
+    // the last entry itself and copies nothing: reading back the entry just written would stall
+    // the path on a store that has not reached the cache.
     if (!m_more_readers.empty()) {
-      *entry = m_more_readers.back();
+      if (entry != &m_more_readers.back()) *entry = m_more_readers.back();
       m_more_readers.pop_back();
     } else {
-      *entry = m_reader_slots[--m_reader_slots_used];
+      const Reader_thread* const last = &m_reader_slots[--m_reader_slots_used];
+      if (entry != last) *entry = *last;
     }
   }
   void* writer = nullptr;
   if (m_readers != 0 && --m_readers == 0) {
-    store_shared(m_group_in, 0);
-    m_writer_lock.unlock();
     writer = m_writer_waiter;
     m_writer_waiter = nullptr;
   }
@@ -208,31 +217,32 @@ void Nym_buffer::read_unlock() const {
 }
 
 void Nym_buffer::write_lock() const {
-  const std::uintptr_t self = impl::current_thread_id();
+  const unsigned int self = impl::current_thread_id();
   if (load_shared(m_writer_thread) == self) {
     m_writer_lock.lock();
     ++m_writer_depth;
     return;
   }
-  // A reader of this buffer would wait for itself to leave, for ever. A thread that reads
-  // sees the group in, as it is part of it.
-  if (load_shared(m_group_in) != 0) {
-    take_spin();
-    const bool reading = reader_entry(self) != nullptr;
-    release_spin();
-    if (reading) throw std::logic_error("Nym_buffer::write_lock - this thread holds a read lock on the buffer.");
-  }
+  // A reader of this buffer would wait for itself to leave, for ever; looked at before the
+  // writer lock, which another writer waiting for this reader may hold.
+  take_spin();
+  const bool reading = m_readers != 0 && reader_entry(self) != nullptr;
+  release_spin();
+  if (reading) throw std::logic_error("Nym_buffer::write_lock - this thread holds a read lock on the buffer.");
+  m_writer_lock.lock();
   for (;;) {
-    m_writer_lock.lock();
-    if (load_shared(m_group_in) == 0) break;
-    // The recursive lock let this thread in only because it was the first reader of a group
-    // that is still reading, and holds the lock on the group's behalf: give the recursion back
-    // and wait, as any other writer does, for the last reader to leave.
-    m_writer_lock.unlock();
+    take_spin();
+    if (m_readers == 0) {
+      // Marked under the spin word, where readers count themselves in: from here no reader
+      // enters until write_unlock.
+      store_shared(m_writer_thread, std::uintptr_t{self});
+      release_spin();
+      break;
+    }
+    release_spin();
     wait_for_readers(self);
   }
   m_writer_depth = 1;
-  store_shared(m_writer_thread, self);
 }
 
 void Nym_buffer::write_unlock() const {
@@ -246,7 +256,7 @@ void Nym_buffer::wait_for_readers(std::uintptr_t self) const {
     impl::yield_processor();  // nobody could wake this thread: poll
     return;
   }
-  // Only the thread that holds the writer lock for the group gets here, so the slot is free.
+  // Only the thread that holds the writer lock gets here, so the slot is free.
   take_spin();
   const bool readers_in = m_readers != 0;
   if (readers_in) {
@@ -307,6 +317,22 @@ uint64 Nym_buffer::read_of(const Nym_buffer& other, bool wait, int64& position, 
     return 0;
   }
   return impl::answered(other.read(wait, position, asked, data, status), asked);
+}
+
+bool Nym_buffer::read_in_place(int64&, uint64, const void*&, uint64&, Nym_status&) const { return false; }
+
+bool Nym_buffer::read_in_place_of(const Nym_buffer& other, int64& position, uint64 count, const void*& data,
+                                  uint64& got, Nym_status& status) {
+  const uint64 asked = impl::count_within_positions(position, count);
+  if (asked == 0 && count != 0) {
+    if (!other.read_in_place(position, 0, data, got, status)) return false;
+    got = 0;
+    status = NYM_S_END_OF_DATA;  // nothing lies beyond the last position
+    return true;
+  }
+  if (!other.read_in_place(position, asked, data, got, status)) return false;
+  got = impl::answered(got, asked);
+  return true;
 }
 
 void Nym_buffer::seek_within(Nym_seek_mode mode, int64 offset, int64& position, int64 end, Nym_status& status) {
@@ -374,8 +400,9 @@ void Nym_buffer::write_contiguous(int64& position, uint64 count, const void* dat
       uint64 length = 0;
       void* start = const_cast<void*>(bytes(*this, length));
       if (end > length / unit) start = resize(*this, end);
-      // memcpy: the caller's bytes need not be aligned for the store's unit.
-      std::memcpy(static_cast<unsigned char*>(start) + at * unit, data, static_cast<std::size_t>(count));
+      // Unaligned, and possibly the store's own bytes: a copy hands out a memory store's bytes in
+      // place, and they may lie in this very string.
+      std::memmove(static_cast<unsigned char*>(start) + at * unit, data, static_cast<std::size_t>(count));
       position += static_cast<int64>(count);
     } catch (...) {
       impl::status_from_exception(status, NYM_S_WRITE_FAILED);

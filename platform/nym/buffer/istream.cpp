@@ -134,6 +134,11 @@ uint64 Nym_unbuffered_istream::read_at(int64 position, uint64 count, void* data,
   return buffer_read(*m_buffer, m_blocking, position, count, data, status);
 }
 
+bool Nym_unbuffered_istream::read_in_place(uint64 count, const void*& data, uint64& got, Nym_status& status) {
+  if (m_buffer == nullptr || count == 0) return false;
+  return buffer_read_in_place(*m_buffer, m_position, count, data, got, status);
+}
+
 uint64 Nym_unbuffered_istream::read_at_no_blocking(int64 position, uint64 count, void* data,
                                                   Nym_status& status) const {
   if (m_buffer == nullptr) {

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 #include <stdexcept>
+#include <typeinfo>
 
 namespace nym {
 
@@ -24,7 +25,7 @@ Nym_raw_memory_buffer::~Nym_raw_memory_buffer() {
 
 void Nym_raw_memory_buffer::connect_ostream(Nym_status& status) { status = NYM_S_NO_WRITER_TAKEN; }
 
-uint64 Nym_raw_memory_buffer::read(bool, int64& position, uint64 count, void* data, Nym_status& status) const {
+uint64 Nym_raw_memory_buffer::span(int64 position, uint64 count, Nym_status& status) const {
   // A position below 0 is refused as every store refuses it; at the end the data have ended.
   if (position < 0 || position >= m_size) {
     status = position < 0 ? NYM_S_READ_FAILED : NYM_S_END_OF_DATA;
@@ -33,9 +34,24 @@ uint64 Nym_raw_memory_buffer::read(bool, int64& position, uint64 count, void* da
   const auto wanted = static_cast<int64>(std::min<uint64>(count, std::numeric_limits<int64>::max()));
   const int64 n = std::min(wanted, m_size - position);
   if (n < 0) throw std::overflow_error("streampos too negative for size_t");
-  std::memcpy(data, m_data + position, static_cast<uint64>(n));
-  position += n;
   return static_cast<uint64>(n);
+}
+
+uint64 Nym_raw_memory_buffer::read(bool, int64& position, uint64 count, void* data, Nym_status& status) const {
+  const uint64 n = span(position, count, status);
+  if (n > 0) std::memcpy(data, m_data + position, n);
+  position += static_cast<int64>(n);
+  return n;
+}
+
+bool Nym_raw_memory_buffer::read_in_place(int64& position, uint64 count, const void*& data, uint64& got,
+                                          Nym_status& status) const {
+  // A derived store may read otherwise: it is read with its own read.
+  if (&typeid(*this) != &typeid(Nym_raw_memory_buffer)) return false;
+  got = span(position, count, status);
+  data = got > 0 ? m_data + position : m_data;
+  position += static_cast<int64>(got);
+  return true;
 }
 
 void Nym_raw_memory_buffer::write(int64&, uint64, const void*, Nym_status& status) { status.push(NYM_S_WRITE_FAILED); }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <typeinfo>
 
 #include "store_counts.h"
 
@@ -37,18 +38,34 @@ uint64 read_lines(Nym_istream& input, uint64 limit, Nym_status& status) {
   return counted;
 }
 
+// An unbuffered stream of the library's own over a store that keeps its bytes still in memory
+// hands them out in place: they go to the output straight from the store, copied once. A
+// stream of another class may have its own read, so it is read as it reads (the class is told
+// by its type's object, as the line readers tell theirs).
+const void* read_block(Nym_istream& input, uint64 want, std::unique_ptr<unsigned char[]>& block, uint64& got,
+                       Nym_status& status) {
+  if (&typeid(input) == &typeid(Nym_unbuffered_istream)) {
+    const void* data = nullptr;
+    if (static_cast<Nym_unbuffered_istream&>(input).read_in_place(want, data, got, status)) return data;
+  }
+  if (!block) block.reset(new unsigned char[COPY_BLOCK]);
+  got = impl::answered(input.read(want, block.get(), status), want);
+  return block.get();
+}
+
 void copy(Nym_istream& input, Nym_ostream& output, bool counted, uint64 count, Nym_status& status) {
-  std::unique_ptr<unsigned char[]> block(new unsigned char[COPY_BLOCK]);
+  std::unique_ptr<unsigned char[]> block;
   status.clear();
   uint64 left = count;
   for (;;) {
     const uint64 want = counted ? std::min(COPY_BLOCK, left) : COPY_BLOCK;
     if (want == 0) break;
-    const uint64 got = impl::answered(input.read(want, block.get(), status), want);
+    uint64 got = 0;
+    const void* data = read_block(input, want, block, got, status);
     if (got > 0) {
       // The write clears the status: a read error that came with data is kept for the caller.
       const Nym_status read_status = status;
-      output.write(got, block.get(), status);
+      output.write(got, data, status);
       if (!status.is_error() && read_status.is_error()) status = read_status;
       left -= std::min(got, left);
     }

@@ -1,5 +1,5 @@
 // The host's recursive section. A POSIX recursive mutex refuses to be released by another
-// thread, which a buffer's reader group needs, so the owner and depth are kept here under a
+// thread, which the Windows section allows, so the owner and depth are kept here under a
 // plain mutex and waiters sleep on a condition. The host version does not spin.
 #include <pthread.h>
 

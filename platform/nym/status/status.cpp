@@ -157,12 +157,6 @@ void Nym_status::add_arg(const Nym_status_arg& arg) {
   }
 }
 
-void Nym_status::clear() noexcept {
-  release_all();
-  m_value = 0;
-  m_orig_value = 0;
-}
-
 // Releases the chain without recursion, so a chain of any depth cannot exhaust the stack:
 // each node whose last share we hold is unlinked from its child before it is freed.
 void Nym_status::release_chain() noexcept {

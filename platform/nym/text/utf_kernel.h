@@ -1,7 +1,12 @@
 // What the whole-text conversion kernels share (internal): the vector instructions the build
 // may use, the output blocks, the scalar steps every kernel falls back on, and the kernels
-// themselves, one file each (utf_kernel_baseline.cpp, utf_kernel_ssse3.cpp), chosen in
-// utf_dispatch.cpp.
+// themselves, chosen in utf_dispatch.cpp: one file per instruction set (utf_kernel_baseline.cpp,
+// utf_kernel_ssse3.cpp), or per direction and instruction set for the wide ones
+// (utf8_to_utf16_avx2.cpp and so on).
+//
+// The wide kernels take their instructions from target attributes, never from per-file
+// compiler flags: inline functions of the standard headers compiled with AVX flags could be
+// the copy the linker keeps for the whole program.
 #ifndef NYM_TEXT_UTF_KERNEL_H
 #define NYM_TEXT_UTF_KERNEL_H
 
@@ -15,6 +20,10 @@
 #if defined(__GNUC__) || defined(__clang__)
 #define NYM_UTF_SSSE3 1
 #define NYM_TARGET_SSSE3 __attribute__((target("ssse3")))
+#define NYM_UTF_AVX 1
+#define NYM_TARGET_AVX2 __attribute__((target("avx2,bmi,bmi2,popcnt,lzcnt")))
+#define NYM_TARGET_AVX512 \
+  __attribute__((target("avx512f,avx512bw,avx512vl,avx512vbmi,avx512vbmi2,avx2,bmi,bmi2,popcnt,lzcnt")))
 #endif
 #endif
 
@@ -25,6 +34,10 @@ namespace nym::impl {
 constexpr std::size_t BLOCK = 8192;
 // Room behind the block's limit for one step of the widest path (64 units or bytes).
 constexpr std::size_t SLACK = 64;
+// Where the wide UTF-8 kernels call a block full: at half of it, so that the block and the
+// input it comes from share a 32 KiB first-level cache (ASCII 69 -> 63 us a MiB). A step
+// of theirs writes up to 64 units past it, a little more when the scalar steps take a fault.
+constexpr std::size_t WIDE_BLOCK_FULL = BLOCK / 2;
 
 inline unsigned lowest_bit(unsigned mask) {
 #if defined(__GNUC__) || defined(__clang__)
@@ -111,6 +124,145 @@ inline char* utf16_char_to_utf8(const Wchar*& p, const Wchar* end, char* q) {
   return encode_utf8(q, decode_utf16(p, end));
 }
 
+#if defined(NYM_UTF_SSSE3)
+// A byte shuffle for each of 256 cases, and how many lanes or bytes each keeps.
+struct Shuffle_table {
+  alignas(16) unsigned char shuffle[256][16];
+  unsigned char count[256];
+};
+
+// For each set of eight 16-bit lanes (a bit per lane), the shuffle that packs those lanes to
+// the front; count is in lanes.
+extern const Shuffle_table LANE_PACKING;
+
+// Byte classes of up to 64 bytes of UTF-8 as bit masks: 80 and above, continuation 80..BF,
+// leads of three and four bytes (and more), leads F8..FF, F0, and bytes below 90.
+struct Byte_classes {
+  std::uint64_t high = 0, cont = 0, three = 0, four = 0, odd = 0, f0 = 0, small = 0;
+};
+
+// The bytes of the first `bytes` where the walker's output is not the plain formula of the
+// block steps: a lead without its continuation bytes, a stray continuation byte, a lead
+// F8..FF, and F0 before 80..8F (an overlong that gives one unit, not a pair). A sequence cut
+// by the end is none of these.
+inline std::uint64_t window_faults(const Byte_classes& c, unsigned bytes) {
+  const std::uint64_t all = bytes >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << bytes) - 1;
+  const std::uint64_t lead = c.high & ~c.cont;
+  const std::uint64_t expected = (lead << 1) | (c.three << 2) | (c.four << 3);
+  return ((expected ^ c.cont) | c.odd | ((c.f0 << 1) & c.small)) & all;
+}
+
+// The bytes of the first k (whole sequences, k > 0) that end units: each sequence's last
+// byte, and a pair's high half at the byte before.
+inline std::uint64_t unit_ends(const Byte_classes& c, unsigned k) {
+  const std::uint64_t taken = k >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << k) - 1;
+  return ((~c.cont >> 1) | (std::uint64_t{1} << (k - 1)) | (c.four << 2)) & taken;
+}
+
+// How many of the first `bytes` (which hold no fault) decode as whole sequences, and the
+// bytes that end units: each sequence's last byte, and a pair's high half at the byte before.
+// A sequence cut by the end waits for the next window.
+inline unsigned window_cut(const Byte_classes& c, unsigned bytes, std::uint64_t& keep) {
+  if (bytes == 0) return 0;
+  const std::uint64_t all = bytes >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << bytes) - 1;
+  const std::uint64_t starts = ~c.cont & all;
+  // Only the last sequence can be cut: every byte before the end is as its lead announces.
+  const unsigned last = 63u - static_cast<unsigned>(__builtin_clzll(starts));
+  const unsigned length = 1 + static_cast<unsigned>(((c.high & ~c.cont) >> last) & 1) +
+                          static_cast<unsigned>((c.three >> last) & 1) + static_cast<unsigned>((c.four >> last) & 1);
+  const unsigned k = last + length > bytes ? last : bytes;
+  if (k == 0) return 0;
+  keep = unit_ends(c, k);
+  return k;
+}
+
+// The bytes of a sequence that a whole block without faults leaves open at its end (0 to 3):
+// at most one of a lead at 63, a three-byte lead at 62, a four-byte one at 61.
+inline unsigned open_at_end(const Byte_classes& c) {
+  return static_cast<unsigned>(((c.high & ~c.cont) >> 63) + ((c.three >> 61) & 2) + ((c.four >> 61) & 1) * 3);
+}
+
+// A block's bytes by the unit that ends there, counting the sequences that the block before
+// (classes `b`; empty at a walker's boundary) left open: ASCII, the end of a two-byte
+// sequence, the low and high halves of pairs, and every byte that ends a unit. `faults`
+// holds the bytes where the walker's output is not the formula's (as window_faults).
+struct Block_ends {
+  std::uint64_t ascii, two, low, high, keep, faults;
+};
+
+inline Block_ends block_ends(const Byte_classes& c, const Byte_classes& b) {
+  const std::uint64_t lead = c.high & ~c.cont;
+  const std::uint64_t lead_before = b.high & ~b.cont;
+  const std::uint64_t expected = (lead << 1) | (c.three << 2) | (c.four << 3) | (lead_before >> 63) |
+                                 (b.three >> 62) | (b.four >> 61);
+  Block_ends e;
+  e.faults = (expected ^ c.cont) | c.odd | (((c.f0 << 1) | (b.f0 >> 63)) & c.small);
+  e.ascii = ~c.high;
+  e.two = ((lead & ~c.three) << 1) | ((lead_before & ~b.three) >> 63);
+  e.low = (c.four << 3) | (b.four >> 61);
+  e.high = (c.four << 2) | (b.four >> 62);
+  e.keep = e.ascii | e.two | ((c.three & ~c.four) << 2) | ((b.three & ~b.four) >> 62) | e.low | e.high;
+  return e;
+}
+
+// What a wide kernel does with a block that holds a fault, or with the text's last `left`
+// bytes (fewer than 64; `bytes` is the smaller of 64 and `left`): the formula takes the first
+// `take` bytes (their units end at the bytes of `keep`), then the scalar steps run to
+// `scalar_end` bytes from the block's start: through the first fault, at least 16 bytes into
+// the block so that dense faults cost no block test per byte, or to the end of the text when
+// a sequence is cut there (the walker takes its continuation bytes from beyond).
+struct Block_plan {
+  unsigned take = 0;
+  std::size_t scalar_end = 0;
+  std::uint64_t keep = 0;
+};
+
+inline Block_plan plan_block(const Byte_classes& c, unsigned bytes, std::size_t left) {
+  Block_plan plan;
+  const std::uint64_t faults = window_faults(c, bytes);
+  const unsigned first = faults != 0 ? static_cast<unsigned>(__builtin_ctzll(faults)) : bytes;
+  plan.take = window_cut(c, first, plan.keep);
+  plan.scalar_end = plan.take;
+  if (plan.take == bytes) return plan;
+  const std::size_t run = first < 16 ? 16 : first + 1;
+  plan.scalar_end = run < left ? run : left;
+  return plan;
+}
+
+// After the formula's units of a plan: the scalar steps, from the plan's end to its stop.
+inline Wchar* scalar_steps(const Block_plan& plan, const unsigned char*& p, const unsigned char* end, Wchar* q) {
+  const unsigned char* const stop = p + plan.scalar_end;
+  p += plan.take;
+  while (p < stop) q = utf8_char_to_utf16(p, end, q);
+  return q;
+}
+
+// What a wide kernel carries from one whole block to the next: the classes of the block
+// before (none after ASCII or at a walker's boundary) and the bytes of a sequence it left
+// open (0 to 3).
+struct Block_stream {
+  Byte_classes before;
+  unsigned open = 0;
+
+  void after_ascii() { before = Byte_classes{}; }
+  void after(const Byte_classes& c) {
+    before = c;
+    open = open_at_end(c);
+  }
+  // Back to the lead of a sequence left open, a walker's boundary. Open by three bytes, it is
+  // a pair whose high half ended the units written: taken back too.
+  Wchar* leave(const unsigned char*& p, Wchar* q) {
+    p -= open;
+    const bool half = open == 3;
+    *this = Block_stream{};
+    return half ? q - 1 : q;
+  }
+};
+#endif
+// utf16_length with the lines read by a kernel's instructions: SSE2 (on x64) for the baseline
+// and SSSE3, AVX2 for the wide ones. The tests hold each to the same answers.
+std::size_t utf16_length(const Wchar* text, std::size_t max, Utf_kernel kernel);
+
 // The baseline kernel: SSE2 steps over runs of ASCII where the build has SSE2 (every x64
 // processor), plain C++ elsewhere; the scalar steps for the rest.
 const unsigned char* utf8_to_utf16_baseline(const unsigned char* p, const unsigned char* end, Wstring& out);
@@ -122,6 +274,23 @@ void utf16_to_utf8_baseline(const Wchar* p, const Wchar* end, Nstring& out);
 NYM_TARGET_SSSE3 const unsigned char* utf8_to_utf16_ssse3(const unsigned char* p, const unsigned char* end,
                                                            Wstring& out);
 NYM_TARGET_SSSE3 void utf16_to_utf8_ssse3(const Wchar* p, const Wchar* end, Nstring& out);
+#endif
+
+// utf8_length's scans, with SSE2 where the build has it (plain C++ elsewhere) and with
+// AVX-512 (BW) where the processor has it; utf8_length picks.
+std::size_t utf8_length_sse2(const unsigned char* text, std::size_t max);
+
+#if defined(NYM_UTF_AVX)
+NYM_TARGET_AVX512 std::size_t utf8_length_avx512(const unsigned char* text, std::size_t max);
+
+// 32-byte vectors; only on a processor with AVX2, BMI1, BMI2, POPCNT and LZCNT.
+NYM_TARGET_AVX2 const unsigned char* utf8_to_utf16_avx2(const unsigned char* p, const unsigned char* end,
+                                                         Wstring& out);
+NYM_TARGET_AVX2 void utf16_to_utf8_avx2(const Wchar* p, const Wchar* end, Nstring& out);
+// 64-byte blocks; only with AVX-512 F, BW, VL, VBMI and VBMI2 as well.
+NYM_TARGET_AVX512 const unsigned char* utf8_to_utf16_avx512(const unsigned char* p, const unsigned char* end,
+                                                             Wstring& out);
+NYM_TARGET_AVX512 void utf16_to_utf8_avx512(const Wchar* p, const Wchar* end, Nstring& out);
 #endif
 
 }  // namespace nym::impl

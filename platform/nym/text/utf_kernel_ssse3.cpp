@@ -1,6 +1,7 @@
 // The SSSE3 kernel: whole 16-byte windows of short sequences, decoded and packed with a byte
 // shuffle; the scalar steps take whatever the window test refuses.
 #include "text/utf_kernel.h"
+#include "text/utf16_to_utf8_tables.h"
 
 #if defined(NYM_UTF_SSSE3)
 
@@ -11,13 +12,6 @@ namespace nym::impl {
 
 namespace {
 
-struct Shuffle_table {
-  alignas(16) unsigned char shuffle[256][16];
-  unsigned char count[256];
-};
-
-// For each set of the eight 16-bit lanes (a bit per lane), the shuffle that packs those lanes
-// to the front; count is in lanes.
 constexpr Shuffle_table make_lane_packing() {
   Shuffle_table t{};
   for (unsigned m = 0; m < 256; ++m) {
@@ -34,41 +28,11 @@ constexpr Shuffle_table make_lane_packing() {
   return t;
 }
 
-// UTF-8 of eight units of at most two bytes, each lane holding [first, second]: bit j set
-// when unit j takes both bytes. count is in bytes.
-constexpr Shuffle_table make_two_byte_packing() {
-  Shuffle_table t{};
-  for (unsigned m = 0; m < 256; ++m) {
-    unsigned k = 0;
-    for (unsigned lane = 0; lane < 8; ++lane) {
-      t.shuffle[m][k++] = static_cast<unsigned char>(2 * lane);
-      if ((m & (1u << lane)) != 0) t.shuffle[m][k++] = static_cast<unsigned char>(2 * lane + 1);
-    }
-    t.count[m] = static_cast<unsigned char>(k);
-    for (; k < 16; ++k) t.shuffle[m][k] = 0x80;
-  }
-  return t;
-}
+}  // namespace
 
-// UTF-8 of four units in 32-bit slots [b0, b1, b2, b3]: two bits per unit give how many of
-// its slot's bytes to keep (0 to 3). count is in bytes.
-constexpr Shuffle_table make_slot_packing() {
-  Shuffle_table t{};
-  for (unsigned m = 0; m < 256; ++m) {
-    unsigned k = 0;
-    for (unsigned slot = 0; slot < 4; ++slot) {
-      const unsigned length = (m >> (2 * slot)) & 3;
-      for (unsigned i = 0; i < length; ++i) t.shuffle[m][k++] = static_cast<unsigned char>(4 * slot + i);
-    }
-    t.count[m] = static_cast<unsigned char>(k);
-    for (; k < 16; ++k) t.shuffle[m][k] = 0x80;
-  }
-  return t;
-}
+const Shuffle_table LANE_PACKING = make_lane_packing();
 
-constexpr Shuffle_table LANE_PACKING = make_lane_packing();
-constexpr Shuffle_table TWO_BYTE_PACKING = make_two_byte_packing();
-constexpr Shuffle_table SLOT_PACKING = make_slot_packing();
+namespace {
 
 // Four mask bits spread to the low bit of four 2-bit fields.
 constexpr unsigned char SPREAD[16] = {0x00, 0x01, 0x04, 0x05, 0x10, 0x11, 0x14, 0x15,
@@ -117,15 +81,7 @@ NYM_TARGET_SSSE3 inline __m128i decode_long(__m128i a, __m128i b, __m128i c, __m
 
 namespace {
 
-// Byte classes of 64 bytes as bit masks: 80 and above, continuation 80..BF, leads of three
-// and four bytes (and more), and the bytes the window steps leave to the scalar one: leads
-// F8..FF, and F0 before 80..8F, an overlong that gives one unit, not a pair.
-struct Byte_classes {
-  std::uint64_t high = 0, cont = 0, three = 0, four = 0, odd = 0;
-};
-
-NYM_TARGET_SSSE3 inline void classify(__m128i x, unsigned shift, Byte_classes& c, std::uint64_t& f0,
-                                      std::uint64_t& small) {
+NYM_TARGET_SSSE3 inline void classify(__m128i x, unsigned shift, Byte_classes& c) {
   const auto bits = [shift](__m128i m) {
     return static_cast<std::uint64_t>(static_cast<unsigned>(_mm_movemask_epi8(m))) << shift;
   };
@@ -135,28 +91,14 @@ NYM_TARGET_SSSE3 inline void classify(__m128i x, unsigned shift, Byte_classes& c
   c.three |= bits(_mm_cmpgt_epi8(x, _mm_set1_epi8(-33))) & high;
   c.four |= bits(_mm_cmpgt_epi8(x, _mm_set1_epi8(-17))) & high;
   c.odd |= bits(_mm_cmpgt_epi8(x, _mm_set1_epi8(-9))) & high;
-  f0 |= bits(_mm_cmpeq_epi8(x, _mm_set1_epi8(-16)));
-  small |= bits(_mm_cmplt_epi8(x, _mm_set1_epi8(-112)));
+  c.f0 |= bits(_mm_cmpeq_epi8(x, _mm_set1_epi8(-16)));
+  c.small |= bits(_mm_cmplt_epi8(x, _mm_set1_epi8(-112)));
 }
 
 // How many of the `bytes` classified (16 or 64) decode as whole windows, and the lanes that
-// hold units: 0 when the walker's output there isn't the plain formula (a lead without its
-// continuation bytes, a stray continuation byte, an odd lead). A sequence cut by the end
-// waits for the next window.
-inline unsigned window_take(const Byte_classes& c, std::uint64_t f0, std::uint64_t small, unsigned bytes,
-                            std::uint64_t& keep) {
-  const std::uint64_t all = bytes == 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << bytes) - 1;
-  const std::uint64_t lead = c.high & ~c.cont;
-  const std::uint64_t expected = ((lead << 1) | (c.three << 2) | (c.four << 3)) & all;
-  if (expected != c.cont || ((c.odd | ((f0 << 1) & small)) & all) != 0) return 0;
-  const std::uint64_t starts = ~c.cont & all;
-  const std::uint64_t cut = ((lead >> (bytes - 1)) | (c.three >> (bytes - 2)) | (c.four >> (bytes - 3))) & 1;
-  unsigned k = bytes;
-  if (cut != 0) k = 63u - static_cast<unsigned>(__builtin_clzll(starts));
-  const std::uint64_t taken = k == 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << k) - 1;
-  // Units stand at each sequence's last byte, and a pair's high half at the byte before.
-  keep = ((starts >> 1) | (std::uint64_t{1} << (k - 1)) | (c.four << 2)) & taken;
-  return k;
+// hold units; 0 when a fault comes first.
+inline unsigned window_take(const Byte_classes& c, unsigned bytes, std::uint64_t& keep) {
+  return window_faults(c, bytes) != 0 ? 0 : window_cut(c, bytes, keep);
 }
 
 // The units of one 16-byte window whose lanes `keep` end sequences; `before` is the window
@@ -209,14 +151,12 @@ NYM_TARGET_SSSE3 const unsigned char* utf8_to_utf16_ssse3(const unsigned char* p
           continue;
         }
         Byte_classes c;
-        std::uint64_t f0 = 0;
-        std::uint64_t small = 0;
-        classify(x0, 0, c, f0, small);
-        classify(x1, 16, c, f0, small);
-        classify(x2, 32, c, f0, small);
-        classify(x3, 48, c, f0, small);
+        classify(x0, 0, c);
+        classify(x1, 16, c);
+        classify(x2, 32, c);
+        classify(x3, 48, c);
         std::uint64_t keep = 0;
-        const unsigned k = window_take(c, f0, small, 64, keep);
+        const unsigned k = window_take(c, 64, keep);
         if (k == 0) break;
         const bool pairs = c.four != 0;
         q = decode_window(x0, zero, static_cast<unsigned>(keep), pairs, q);
@@ -233,11 +173,9 @@ NYM_TARGET_SSSE3 const unsigned char* utf8_to_utf16_ssse3(const unsigned char* p
         continue;
       }
       Byte_classes c;
-      std::uint64_t f0 = 0;
-      std::uint64_t small = 0;
-      classify(x, 0, c, f0, small);
+      classify(x, 0, c);
       std::uint64_t keep = 0;
-      const unsigned k = window_take(c, f0, small, 16, keep);
+      const unsigned k = window_take(c, 16, keep);
       if (k != 0) {
         q = decode_window(x, zero, static_cast<unsigned>(keep), c.four != 0, q);
         p += k;

@@ -120,11 +120,14 @@ inline void append_utf16(Wstring& out, std::uint32_t v) {
 }
 
 // The kernels of a whole-text conversion: the baseline (vector steps over runs of ASCII with
-// SSE2, which every x64 processor has, plain C++ elsewhere), or SSSE3 for whole windows of
-// mixed text as well. The default picks the best the processor has; the tests hold every
-// kernel to the walkers.
-enum class Utf_kernel { baseline, ssse3 };
+// SSE2, which every x64 processor has, plain C++ elsewhere), SSSE3 for whole 16-byte windows of
+// mixed text as well, and AVX2 and AVX-512 (with VBMI2) for 32- and 64-byte blocks. The default
+// picks the best the processor has; the tests hold every kernel to the walkers.
+enum class Utf_kernel { baseline, ssse3, avx2, avx512 };
+constexpr Utf_kernel ALL_UTF_KERNELS[] = {Utf_kernel::baseline, Utf_kernel::ssse3, Utf_kernel::avx2,
+                                          Utf_kernel::avx512};
 bool utf_kernel_supported(Utf_kernel kernel);
+const char* utf_kernel_name(Utf_kernel kernel);
 
 // Whole-text conversions: the output of decode_utf8/decode_utf16 and append_utf16/append_utf8
 // character by character, byte for byte, reached through fast paths for runs of ASCII and of

@@ -6,17 +6,16 @@
 // against a group of readers, and the hand-over that lets a reader at the end of the data
 // sleep until the writer writes or leaves. Stores provide read, write, seek and truncate.
 //
-// Locking: readers share the store and shut the writer out as a group. The first reader in
-// takes the writer lock (a Nym_critical) on behalf of all, the last one out releases it, and
-// a spin word guards the reader count, the threads that hold read locks and the lists of
-// sleepers. A writer waits until the last reader has left, also when its own thread was the
-// group's first reader (the recursive lock would let it in at once): it then sleeps until the
-// last reader out wakes it. A read inside the writer's own write lock is covered by that lock.
-// A write by a thread that holds a read lock on the same buffer would wait for itself for
-// ever: it raises std::logic_error instead. The writer lock is taken only while the spin word
-// is held on the read side, the spin word never while the writer lock is held for a write,
-// and nothing else is locked under either. Connection counts are atomic and read without a
-// lock.
+// Locking: readers share the store and shut the writer out as a group. Readers count
+// themselves in and out under a spin word, which also guards the threads that hold read locks
+// and the lists of sleepers. A writer takes the writer lock (a recursive Nym_critical) against
+// other writers, then enters once no reader is in, marking itself under the spin word; until
+// then it sleeps, and the last reader out wakes it. A reader that finds a writer in waits on
+// the writer lock, never with the spin word held. A read inside the writer's own write lock is
+// covered by that lock. A write by a thread that holds a read lock on the same buffer would
+// wait for itself for ever: it raises std::logic_error instead. Lock order: writer lock, then
+// spin word; nothing else is locked under either. Connection counts are atomic and read
+// without a lock.
 //
 // Every store's read and write follow the same rules, so that streams need not know the store:
 // - read clears the status, holds the read lock, copies what lies between the position and the
@@ -95,6 +94,11 @@ class NYM_API Nym_buffer {
   virtual void write(int64& position, uint64 count, const void* data, Nym_status& status) = 0;
   virtual void seek(Nym_seek_mode mode, int64 offset, int64& position, Nym_status& status) const = 0;
   virtual void truncate(int64 size, Nym_status& status) = 0;
+  // A read that hands out where the bytes lie instead of copying them, for stores that keep
+  // their bytes still in memory for their whole life and read them without a lock (a
+  // read-only memory store): as read, with `data` pointing at the `got` bytes. False for every
+  // other store (the default): those must be read.
+  virtual bool read_in_place(int64& position, uint64 count, const void*& data, uint64& got, Nym_status& status) const;
 
   virtual void read_lock() const;
   // Raises std::logic_error "Nym_buffer::write_lock - this thread holds a read lock on the
@@ -165,6 +169,9 @@ class NYM_API Nym_buffer {
   // the last position: NYM_S_END_OF_DATA without asking) and believes no more than it asked.
   static uint64 read_of(const Nym_buffer& other, bool wait, int64& position, uint64 count, void* data,
                         Nym_status& status);
+  // read_in_place of another store, held to the same bounds as read_of.
+  static bool read_in_place_of(const Nym_buffer& other, int64& position, uint64 count, const void*& data, uint64& got,
+                               Nym_status& status);
   static void seek_of(const Nym_buffer& other, Nym_seek_mode mode, int64 offset, int64& position,
                       Nym_status& status) {
     other.seek(mode, offset, position, status);
@@ -176,14 +183,14 @@ class NYM_API Nym_buffer {
 
   // A thread's read locks on this buffer.
   struct Reader_thread {
-    std::uintptr_t thread;
+    unsigned int thread;
     unsigned int depth;
   };
 
   void take_spin() const;
   void release_spin() const;
   // Under the spin word: the entry of `thread` among the readers, or null.
-  Reader_thread* reader_entry(std::uintptr_t thread) const;
+  Reader_thread* reader_entry(unsigned int thread) const;
   // For a writer that holds the writer lock only on the group's behalf: sleeps until the
   // last reader has left.
   void wait_for_readers(std::uintptr_t self) const;
@@ -193,20 +200,20 @@ class NYM_API Nym_buffer {
   mutable volatile int m_unbuffered_readers = 0;
   mutable volatile int m_buffered_readers = 0;
   volatile int m_writers = 0;
+  // The spin word and what every read changes under it, side by side (44 bytes), so that
+  // readers on several processors pass as few cache lines between them as they can: the
+  // reader count and who holds the read locks, the first few in place, so that the reader
+  // path allocates nothing, the rest in a vector.
   mutable volatile int m_spin = 0;
-  mutable Nym_critical m_writer_lock;
   mutable unsigned int m_readers = 0;
-  unsigned int m_id = 0;
-  // Who holds the read locks counted in m_readers (under the spin word): the first few in
-  // place, so that the reader path allocates nothing, the rest in a vector.
+  mutable unsigned int m_reader_slots_used = 0;
   static constexpr unsigned int READER_SLOTS = 4;
   mutable Reader_thread m_reader_slots[READER_SLOTS] = {};
-  mutable unsigned int m_reader_slots_used = 0;
   mutable std::vector<Reader_thread> m_more_readers;
-  // 1 while the reader group holds the writer lock; read without the spin word.
-  mutable int m_group_in = 0;
-  // The thread holding the writer lock for writing (0: none), read without a lock, and how
-  // often it holds it.
+  mutable Nym_critical m_writer_lock;
+  unsigned int m_id = 0;
+  // The writer that is in (0: none): set under the spin word, read without it as well; and how
+  // often it holds the writer lock.
   mutable std::uintptr_t m_writer_thread = 0;
   mutable unsigned int m_writer_depth = 0;
   // The writer asleep in wait_for_readers, and its thread (under the spin word).

@@ -51,7 +51,11 @@ class Ovt_counted_ptr {
     }
     return *this;
   }
-  ~Ovt_counted_ptr() { reset(); }
+  // Tests the object, as a holder's own test does, so that an empty pointer going out of scope
+  // costs nothing more once its holder has looked (a clear Nym_status is the common case).
+  ~Ovt_counted_ptr() {
+    if (m_object != nullptr) drop(m_object, m_count);
+  }
 
   // Drops this share; the last share frees the count, then the object.
   void reset() noexcept {
@@ -59,10 +63,7 @@ class Ovt_counted_ptr {
     std::uint32_t* count = m_count;
     m_object = nullptr;
     m_count = nullptr;
-    if (count != nullptr && --*count == 0) {
-      delete count;
-      delete object;
-    }
+    if (object != nullptr) drop(object, count);
   }
 
   void swap(Ovt_counted_ptr& other) noexcept {
@@ -78,6 +79,14 @@ class Ovt_counted_ptr {
   std::uint32_t use_count() const noexcept { return m_count != nullptr ? *m_count : 0; }
 
  private:
+  // Object and count are null together, so either answers whether a share is held.
+  static void drop(T* object, std::uint32_t* count) noexcept {
+    if (--*count == 0) {
+      delete count;
+      delete object;
+    }
+  }
+
   T* m_object = nullptr;
   std::uint32_t* m_count = nullptr;
 };

@@ -3,7 +3,7 @@
 // A thread that holds it may lock it again and must unlock it as often. On Windows it is one
 // CRITICAL_SECTION held by value (the object's address is the section's), spinning 1,024 times
 // before it sleeps. Like the platform's section, it may be released by a thread other than
-// the one that took it: a buffer's reader group relies on that.
+// the one that took it.
 //
 // Failure of the system to set the lock up raises Nym_sys_call_fail
 // ("::InitializeCriticalSectionAndSpinCount"); lock, try_lock and unlock report nothing.

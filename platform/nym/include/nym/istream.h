@@ -99,6 +99,10 @@ class NYM_API Nym_istream {
                             Nym_status& status) {
     return Nym_buffer::read_of(buffer, wait, position, count, data, status);
   }
+  static bool buffer_read_in_place(const Nym_buffer& buffer, int64& position, uint64 count, const void*& data,
+                                   uint64& got, Nym_status& status) {
+    return Nym_buffer::read_in_place_of(buffer, position, count, data, got, status);
+  }
 
   const Nym_buffer* m_buffer = nullptr;
   int64 m_position = 0;
@@ -127,6 +131,10 @@ class NYM_API Nym_unbuffered_istream : public Nym_istream {
   void detach() override;
   uint64 read(uint64 count, void* data, Nym_status& status) override;
   uint64 read_at(int64 position, uint64 count, void* data, Nym_status& status) const override;
+  // For the stream helpers: a read that hands out where the next bytes lie instead of copying
+  // them (see Nym_buffer::read_in_place), answered as read answers. False, with nothing read,
+  // when the store must be read with read.
+  bool read_in_place(uint64 count, const void*& data, uint64& got, Nym_status& status);
 
  protected:
   // read_at that never waits, whatever the stream's flag.
@@ -173,6 +181,16 @@ class NYM_API Nym_buffered_istream : public Nym_istream {
   }
 
  private:
+  friend class Nym_istream;  // the line readers scan the window in place
+
+  // Where the window holds `position`, with the number of bytes it holds from there; null
+  // when it doesn't hold it.
+  const unsigned char* window_from(int64 position, uint64& bytes) const {
+    uint64 offset;
+    if (!in_window(position, 1, offset)) return nullptr;
+    bytes = m_window_valid - offset;
+    return m_window + offset;
+  }
   // Whether `bytes` bytes from `position` lie in the window, and where. The difference is
   // taken unsigned: a position may be anywhere, and never overflows it. The window never
   // reaches past the last position, so a position moved within it stays a position.

@@ -65,8 +65,9 @@ class NYM_API Nym_status {
   // Copies share the argument list and the chain.
   Nym_status(const Nym_status& other) noexcept = default;
   Nym_status& operator=(const Nym_status& other) noexcept;
+  // A clear status owns nothing: its destruction is one test of the two shares, here inline.
   ~Nym_status() {
-    if (m_child || m_args) release_all();
+    if (owns_any()) release_all();
   }
 
   // Drops arguments and chain and sets the code: `status = GetLastError()`, which keeps the
@@ -86,8 +87,12 @@ class NYM_API Nym_status {
   // Appends one argument to the top status; a shared list is not carried over, so after a
   // copy the status holds only this argument. A ninth throws std::overflow_error.
   void add_arg(const Nym_status_arg& arg);
-  // Both codes to 0, arguments and chain released.
-  void clear() noexcept;
+  // Both codes to 0, arguments and chain released; inline, as readers clear before every read.
+  void clear() noexcept {
+    if (owns_any()) release_all();
+    m_value = 0;
+    m_orig_value = 0;
+  }
 
   // Puts a new code on top; the present status, with its arguments and chain, becomes its
   // child. On a clear status these act as operator= / assign. If building the arguments
@@ -176,6 +181,11 @@ class NYM_API Nym_status {
  private:
   using Status_ptr = Ovt_counted_ptr<Nym_status>;
   using List_ptr = Ovt_counted_ptr<Arg_list>;
+
+  // Whether an argument list or a chain is held: one test of both words.
+  bool owns_any() const noexcept {
+    return (reinterpret_cast<std::uintptr_t>(m_child.get()) | reinterpret_cast<std::uintptr_t>(m_args.get())) != 0;
+  }
 
   void set_code(unsigned int code) noexcept {
     m_value = convert_value(code);
