@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <random>
 #include <vector>
 
@@ -257,6 +258,27 @@ TEST(UtfDifferentialTest, TerminatorsAtEveryAlignment) {
       for (const std::size_t bound : {std::size_t(0), length / 2, length, length + 20}) {
         nym_utf8_to_utf16(narrow.data() + start, bound, out16);
         ASSERT_EQ(out16, Wstring(std::min(bound, length), u'z')) << start << " " << length << " " << bound;
+      }
+    }
+  }
+}
+
+// Each kernel's NUL scan from every start in a line, for every length and bound, stops at the
+// first NUL or at the bound, as a byte-at-a-time loop does.
+TEST(UtfDifferentialTest, NulScansStopExactly) {
+  alignas(64) unsigned char text[320];
+  for (std::size_t start = 0; start < 64; ++start) {
+    for (std::size_t length = 0; length < 200; length += 1 + length / 16) {
+      std::memset(text, 'z', sizeof text);
+      text[start + length] = 0;
+      text[start + length + 1] = 0;
+      for (const std::size_t bound : {std::size_t(0), length / 2, length, length + 1, std::size_t(1) << 40}) {
+        const std::size_t expected = length < bound ? length : bound;
+        for (const impl::Utf_kernel k : impl::ALL_UTF_KERNELS) {
+          if (!impl::utf_kernel_supported(k)) continue;
+          ASSERT_EQ(impl::utf8_length(text + start, bound, k), expected)
+              << impl::utf_kernel_name(k) << " " << start << " " << length << " " << bound;
+        }
       }
     }
   }

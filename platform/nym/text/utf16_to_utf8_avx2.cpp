@@ -2,7 +2,7 @@
 // from the tables the SSSE3 kernel uses, 32 units at a time over runs of ASCII. Surrogates
 // take the vector step only as well-formed pairs.
 #include "text/utf_kernel.h"
-#include "text/utf16_to_utf8_tables.h"
+#include "text/utf_shuffle_tables.h"
 
 #if defined(NYM_UTF_AVX)
 

@@ -3,6 +3,7 @@
 // and a byte shuffle per eight lanes packs them. The scalar steps take each fault the masks
 // find, and the vector resumes right after it.
 #include "text/utf_kernel.h"
+#include "text/utf_shuffle_tables.h"
 
 #if defined(NYM_UTF_AVX)
 

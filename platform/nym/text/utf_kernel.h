@@ -125,16 +125,6 @@ inline char* utf16_char_to_utf8(const Wchar*& p, const Wchar* end, char* q) {
 }
 
 #if defined(NYM_UTF_SSSE3)
-// A byte shuffle for each of 256 cases, and how many lanes or bytes each keeps.
-struct Shuffle_table {
-  alignas(16) unsigned char shuffle[256][16];
-  unsigned char count[256];
-};
-
-// For each set of eight 16-bit lanes (a bit per lane), the shuffle that packs those lanes to
-// the front; count is in lanes.
-extern const Shuffle_table LANE_PACKING;
-
 // Byte classes of up to 64 bytes of UTF-8 as bit masks: 80 and above, continuation 80..BF,
 // leads of three and four bytes (and more), leads F8..FF, F0, and bytes below 90.
 struct Byte_classes {
@@ -259,9 +249,12 @@ struct Block_stream {
   }
 };
 #endif
-// utf16_length with the lines read by a kernel's instructions: SSE2 (on x64) for the baseline
-// and SSSE3, AVX2 for the wide ones. The tests hold each to the same answers.
+// The terminator scans with the lines read by a kernel's instructions (SSE2 where the build
+// has it, plain C++ elsewhere): for utf16_length AVX2 for the wide kernels, for utf8_length
+// AVX-512 for the AVX-512 one. The forms without a kernel pick the best the processor has;
+// the tests hold each to the same answers.
 std::size_t utf16_length(const Wchar* text, std::size_t max, Utf_kernel kernel);
+std::size_t utf8_length(const unsigned char* text, std::size_t max, Utf_kernel kernel);
 
 // The baseline kernel: SSE2 steps over runs of ASCII where the build has SSE2 (every x64
 // processor), plain C++ elsewhere; the scalar steps for the rest.
@@ -276,13 +269,7 @@ NYM_TARGET_SSSE3 const unsigned char* utf8_to_utf16_ssse3(const unsigned char* p
 NYM_TARGET_SSSE3 void utf16_to_utf8_ssse3(const Wchar* p, const Wchar* end, Nstring& out);
 #endif
 
-// utf8_length's scans, with SSE2 where the build has it (plain C++ elsewhere) and with
-// AVX-512 (BW) where the processor has it; utf8_length picks.
-std::size_t utf8_length_sse2(const unsigned char* text, std::size_t max);
-
 #if defined(NYM_UTF_AVX)
-NYM_TARGET_AVX512 std::size_t utf8_length_avx512(const unsigned char* text, std::size_t max);
-
 // 32-byte vectors; only on a processor with AVX2, BMI1, BMI2, POPCNT and LZCNT.
 NYM_TARGET_AVX2 const unsigned char* utf8_to_utf16_avx2(const unsigned char* p, const unsigned char* end,
                                                          Wstring& out);

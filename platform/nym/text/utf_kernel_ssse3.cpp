@@ -1,7 +1,7 @@
 // The SSSE3 kernel: whole 16-byte windows of short sequences, decoded and packed with a byte
 // shuffle; the scalar steps take whatever the window test refuses.
 #include "text/utf_kernel.h"
-#include "text/utf16_to_utf8_tables.h"
+#include "text/utf_shuffle_tables.h"
 
 #if defined(NYM_UTF_SSSE3)
 
@@ -9,28 +9,6 @@
 #include <tmmintrin.h>
 
 namespace nym::impl {
-
-namespace {
-
-constexpr Shuffle_table make_lane_packing() {
-  Shuffle_table t{};
-  for (unsigned m = 0; m < 256; ++m) {
-    unsigned k = 0;
-    for (unsigned lane = 0; lane < 8; ++lane) {
-      if ((m & (1u << lane)) != 0) {
-        t.shuffle[m][k++] = static_cast<unsigned char>(2 * lane);
-        t.shuffle[m][k++] = static_cast<unsigned char>(2 * lane + 1);
-      }
-    }
-    t.count[m] = static_cast<unsigned char>(k / 2);
-    for (; k < 16; ++k) t.shuffle[m][k] = 0x80;
-  }
-  return t;
-}
-
-}  // namespace
-
-const Shuffle_table LANE_PACKING = make_lane_packing();
 
 namespace {
 

@@ -68,36 +68,6 @@ NYM_NO_SANITIZE_READS std::size_t utf16_lines_sse2(const Wchar* text, const Wcha
 }
 #endif
 
-}  // namespace
-
-// Aligned loads never cross a page, so the scans may read past the terminator inside the
-// last aligned block; they look at nothing beyond it. Whole 64-byte lines go at a time.
-std::size_t utf16_length(const Wchar* text, std::size_t max) {
-  return utf16_length(text, max, utf_kernel_supported(Utf_kernel::avx2) ? Utf_kernel::avx2 : Utf_kernel::baseline);
-}
-
-NYM_NO_SANITIZE_READS std::size_t utf16_length(const Wchar* text, std::size_t max, Utf_kernel kernel) {
-  static_cast<void>(kernel);
-  const Wchar* p = text;
-  // No stop when `max` reaches past the end of the address space.
-  const Wchar* const stop =
-      max <= (UINTPTR_MAX - reinterpret_cast<std::uintptr_t>(text)) / sizeof(Wchar) ? text + max : nullptr;
-#if defined(NYM_UTF_SSE2)
-  if ((reinterpret_cast<std::uintptr_t>(p) & 1) == 0) {
-    while ((reinterpret_cast<std::uintptr_t>(p) & 63) != 0) {
-      if (p == stop || *p == 0) return static_cast<std::size_t>(p - text);
-      ++p;
-    }
-#if defined(NYM_UTF_AVX)
-    if (kernel == Utf_kernel::avx2 || kernel == Utf_kernel::avx512) return utf16_lines_avx2(text, p, stop, max);
-#endif
-    return utf16_lines_sse2(text, p, stop, max);
-  }
-#endif
-  while (p != stop && *p != 0) ++p;
-  return static_cast<std::size_t>(p - text);
-}
-
 #if defined(NYM_UTF_AVX)
 // A line to a vector: the scan keeps pace with the conversion that reads the text again.
 NYM_NO_SANITIZE_READS NYM_TARGET_AVX512 std::size_t utf8_length_avx512(const unsigned char* text, std::size_t max) {
@@ -122,15 +92,6 @@ NYM_NO_SANITIZE_READS NYM_TARGET_AVX512 std::size_t utf8_length_avx512(const uns
   }
 }
 #endif
-
-// As utf16_length, for bytes: the scan starts at the aligned line that holds `text` and
-// ignores what lies before it. Stops at `max` when no NUL comes first.
-NYM_NO_SANITIZE_READS std::size_t utf8_length(const unsigned char* text, std::size_t max) {
-#if defined(NYM_UTF_AVX)
-  if (utf_kernel_supported(Utf_kernel::avx512)) return utf8_length_avx512(text, max);
-#endif
-  return utf8_length_sse2(text, max);
-}
 
 NYM_NO_SANITIZE_READS std::size_t utf8_length_sse2(const unsigned char* text, std::size_t max) {
 #if defined(NYM_UTF_SSE2)
@@ -168,6 +129,50 @@ NYM_NO_SANITIZE_READS std::size_t utf8_length_sse2(const unsigned char* text, st
   while (n < max && text[n] != 0) ++n;
   return n;
 #endif
+}
+
+}  // namespace
+
+// Aligned loads never cross a page, so the scans may read past the terminator inside the
+// last aligned block; they look at nothing beyond it. Whole 64-byte lines go at a time.
+std::size_t utf16_length(const Wchar* text, std::size_t max) {
+  return utf16_length(text, max, utf_kernel_supported(Utf_kernel::avx2) ? Utf_kernel::avx2 : Utf_kernel::baseline);
+}
+
+NYM_NO_SANITIZE_READS std::size_t utf16_length(const Wchar* text, std::size_t max, Utf_kernel kernel) {
+  static_cast<void>(kernel);
+  const Wchar* p = text;
+  // No stop when `max` reaches past the end of the address space.
+  const Wchar* const stop =
+      max <= (UINTPTR_MAX - reinterpret_cast<std::uintptr_t>(text)) / sizeof(Wchar) ? text + max : nullptr;
+#if defined(NYM_UTF_SSE2)
+  if ((reinterpret_cast<std::uintptr_t>(p) & 1) == 0) {
+    while ((reinterpret_cast<std::uintptr_t>(p) & 63) != 0) {
+      if (p == stop || *p == 0) return static_cast<std::size_t>(p - text);
+      ++p;
+    }
+#if defined(NYM_UTF_AVX)
+    if (kernel == Utf_kernel::avx2 || kernel == Utf_kernel::avx512) return utf16_lines_avx2(text, p, stop, max);
+#endif
+    return utf16_lines_sse2(text, p, stop, max);
+  }
+#endif
+  while (p != stop && *p != 0) ++p;
+  return static_cast<std::size_t>(p - text);
+}
+
+// As utf16_length, for bytes: the scan starts at the aligned line that holds `text` and
+// ignores what lies before it. Stops at `max` when no NUL comes first.
+std::size_t utf8_length(const unsigned char* text, std::size_t max) {
+  return utf8_length(text, max, utf_kernel_supported(Utf_kernel::avx512) ? Utf_kernel::avx512 : Utf_kernel::baseline);
+}
+
+std::size_t utf8_length(const unsigned char* text, std::size_t max, Utf_kernel kernel) {
+#if defined(NYM_UTF_AVX)
+  if (kernel == Utf_kernel::avx512) return utf8_length_avx512(text, max);
+#endif
+  static_cast<void>(kernel);
+  return utf8_length_sse2(text, max);
 }
 
 }  // namespace nym::impl

@@ -191,8 +191,8 @@ class NYM_API Nym_buffer {
   void release_spin() const;
   // Under the spin word: the entry of `thread` among the readers, or null.
   Reader_thread* reader_entry(unsigned int thread) const;
-  // For a writer that holds the writer lock only on the group's behalf: sleeps until the
-  // last reader has left.
+  // For the writer that holds the writer lock while readers are in: sleeps until the last
+  // reader has left.
   void wait_for_readers(std::uintptr_t self) const;
 
   // Sleeping readers: thread handles on Windows, owned until signal() closes them.
