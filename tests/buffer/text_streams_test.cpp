@@ -147,6 +147,13 @@ TEST(UtfStreamTest, TheEndAndErrorsThatComeWithBytes) {
   EXPECT_EQ(status.value(), NYM_S_NO_FUNCTOR);
   EXPECT_EQ(out, "ab");
 
+  // A store that gives a byte a read and claims two more: the blocks still move on, and the
+  // conversion ends.
+  const auto overstating = nym_test::trickle(bytes_of(u"abc"), 1, 2);
+  Nym_unbuffered_istream overstated(*overstating, false, status);
+  nym_utf16_to_utf8(overstated, os, status);
+  EXPECT_TRUE(status.is_clear());
+
   for (const End end : {End::quiet, End::eager}) {
     const Converted wide = convert(true, "x\xC3\xA9", end), narrow = convert(false, bytes_of(u"cd") + "e", end);
     EXPECT_TRUE(wide.status.is_clear() && wide.out == bytes_of(u"x\u00E9")) << static_cast<int>(end);

@@ -67,6 +67,8 @@ void nym_utf16_to_utf8(Nym_istream& in, Nym_ostream& out, Nym_status& status) {
   Wchar units[BLOCK / 2 + 4];
   unsigned char* const bytes = reinterpret_cast<unsigned char*>(units);
   std::size_t kept = 0;
+  // Where the bytes at `units` begin in the stream.
+  int64 origin = in.tell();
   Nstring text;
   while (!status.is_error()) {
     const uint64 got = impl::answered(in.read(BLOCK, bytes + kept, status), BLOCK);
@@ -98,12 +100,19 @@ void nym_utf16_to_utf8(Nym_istream& in, Nym_ostream& out, Nym_status& status) {
         continue;
       }
       // An odd byte, and a high surrogate, are read again with what completes them: a pair is
-      // never split between blocks.
+      // never split between blocks. The next block starts after what this one converts, at
+      // least one unit on from its start: found from where the block began, not by stepping
+      // back from where the read left the position, which a store that answers more bytes
+      // than it moves over would bring back to the same block for ever.
       const auto back = static_cast<int64>(count % 2 + (high_last ? 2 : 0));
-      if (back != 0) in.seek(NYM_SEEK_CURRENT, -back, status);
+      if (back != 0) {
+        const int64 moved = in.tell() - origin;
+        in.seek(NYM_SEEK_CURRENT, static_cast<int64>(count) - back - moved, status);
+      }
       if (status.is_error()) continue;
       if (high_last) --n;
     }
+    origin = in.tell();
     if (n == 0) continue;  // a stray last byte is dropped
     // A NUL unit ends the block's conversion, and the rest of the block is lost.
     units[n] = 0;
